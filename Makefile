@@ -1,0 +1,53 @@
+# The two commands that matter: `make run` and `make test`. Both install what is missing first.
+BUILD_DIR ?= build
+ASAN_BUILD_DIR ?= build-asan
+BENCH_BUILD_DIR ?= build-bench
+BUILD_TYPE ?= RelWithDebInfo
+JOBS ?= $(shell nproc)
+CMAKE_FLAGS ?=
+
+export CCACHE_DIR ?= $(HOME)/.cache/ccache
+
+.PHONY: all setup configure build test test-asan bench run format check-format clean
+
+all: build
+
+setup:
+	@scripts/setup
+
+$(BUILD_DIR)/build.ninja:
+	@$(MAKE) --no-print-directory configure
+
+configure: setup
+	cmake -S . -B $(BUILD_DIR) -G Ninja -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) $(CMAKE_FLAGS)
+
+build: setup $(BUILD_DIR)/build.ninja
+	cmake --build $(BUILD_DIR) -j $(JOBS)
+
+test: build
+	scripts/run-tests $(BUILD_DIR)
+
+test-asan: setup
+	cmake -S . -B $(ASAN_BUILD_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DVESNARA_SANITIZE=ON \
+		-DVESNARA_BUILD_BENCH=OFF $(CMAKE_FLAGS)
+	cmake --build $(ASAN_BUILD_DIR) -j $(JOBS)
+	scripts/run-tests $(ASAN_BUILD_DIR)
+
+bench: setup
+	cmake -S . -B $(BENCH_BUILD_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Release -DVESNARA_BUILD_TESTS=OFF \
+		$(CMAKE_FLAGS)
+	cmake --build $(BENCH_BUILD_DIR) -j $(JOBS) --target benchmarks
+	scripts/run-benchmarks $(BENCH_BUILD_DIR)
+
+run: build
+	scripts/run-app $(BUILD_DIR)
+
+format:
+	git ls-files -co --exclude-standard -- 'src/*.cpp' 'src/*.h' 'tests/*.cpp' 'tests/*.h' \
+		'bench/*.cpp' 'bench/*.h' | xargs -r clang-format -i
+
+check-format:
+	scripts/check-format
+
+clean:
+	rm -rf $(BUILD_DIR) $(ASAN_BUILD_DIR) $(BENCH_BUILD_DIR)

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+
+#include <optional>
+
+namespace vesnara {
+
+/// What a user's pin marks. Stored as its JSON value, which is also its id.
+enum class TranscriptPinKind { important, topicChange, revisit };
+
+/// In the order the pickers offer them.
+const QList<TranscriptPinKind>& allTranscriptPinKinds();
+QString jsonValue(TranscriptPinKind kind);
+std::optional<TranscriptPinKind> transcriptPinKindFromJsonValue(const QString& value);
+QString label(TranscriptPinKind kind);
+QString shortLabel(TranscriptPinKind kind);
+/// The symbol name of the kind's icon; the UI maps it to an image of its own.
+QString iconName(TranscriptPinKind kind);
+
+} // namespace vesnara

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QString>
+
+namespace vesnara {
+
+/// Whether an id that came from outside (a server, a file) may become a file's base name in one
+/// of our directories: not empty, not "." or "..", and free of '/', '\' and NUL, so that
+/// `<directory>/<id>.<extension>` always names a file directly inside the directory.
+bool isSafeFileId(const QString& id);
+
+} // namespace vesnara

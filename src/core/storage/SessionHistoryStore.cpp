@@ -1,0 +1,133 @@
+#include "storage/SessionHistoryStore.h"
+
+#include "model/JsonReader.h"
+#include "model/JsonWriting.h"
+#include "storage/SafeFileId.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QStandardPaths>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace vesnara {
+
+namespace {
+
+const QString kSessionsPath = u"Vesnara-Mac/sessions"_s;
+const QString kExtension = u"json"_s;
+
+bool hasSessionExtension(const QString& fileName) {
+    return QFileInfo(fileName).suffix() == kExtension;
+}
+
+std::optional<SavedSession> readSession(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    try {
+        return SavedSession::fromFileBytes(file.readAll());
+    } catch (const JsonDecodeError&) {
+        return std::nullopt;
+    }
+}
+
+} // namespace
+
+QString SessionHistoryStore::defaultDirectory() {
+    QString base = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    if (base.isEmpty())
+        base = QDir::tempPath();
+    return QDir(base).filePath(kSessionsPath);
+}
+
+SessionHistoryStore::SessionHistoryStore(std::optional<QString> directory)
+    : m_directory(directory.value_or(defaultDirectory())) {
+    ensureDirectory();
+}
+
+std::optional<QString> SessionHistoryStore::filePathFor(const QString& id) const {
+    if (!isSafeFileId(id))
+        return std::nullopt;
+    return QDir(m_directory).filePath(id + u'.' + kExtension);
+}
+
+void SessionHistoryStore::ensureDirectory() const {
+    if (!QFileInfo::exists(m_directory))
+        QDir().mkpath(m_directory);
+}
+
+QStringList SessionHistoryStore::visibleEntries() const {
+    // Without QDir::Hidden, dot files are left out. Name order stands for "the listing order"
+    // so that equal end times come out the same on every file system.
+    return QDir(m_directory)
+        .entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System, QDir::Name);
+}
+
+void SessionHistoryStore::save(const SavedSession& session) {
+    const auto path = filePathFor(session.id);
+    if (!path)
+        throw SessionHistoryError("refused session id: \"" + session.id.toStdString() + '"');
+    ensureDirectory();
+
+    QByteArray bytes;
+    try {
+        bytes = session.toFileBytes();
+    } catch (const JsonEncodeError& error) {
+        throw SessionHistoryError(std::string("cannot encode session: ") + error.what());
+    }
+
+    QSaveFile file(*path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
+        throw SessionHistoryError("cannot write " + path->toStdString() + ": " +
+                                  file.errorString().toStdString());
+}
+
+QList<SavedSessionListItem> SessionHistoryStore::list() const {
+    ensureDirectory();
+    const QDir directory(m_directory);
+    QList<SavedSessionListItem> items;
+    for (const QString& name : visibleEntries()) {
+        if (!hasSessionExtension(name))
+            continue;
+        if (const auto session = readSession(directory.filePath(name)))
+            items.append(SavedSessionListItem::from(*session));
+    }
+    std::stable_sort(items.begin(), items.end(),
+                     [](const auto& a, const auto& b) { return a.endedAt > b.endedAt; });
+    return items;
+}
+
+std::optional<SavedSession> SessionHistoryStore::load(const QString& id) const {
+    const auto path = filePathFor(id);
+    if (!path)
+        return std::nullopt;
+    return readSession(*path);
+}
+
+void SessionHistoryStore::deleteSession(const QString& id) {
+    const auto path = filePathFor(id);
+    if (!path)
+        throw SessionHistoryError("refused session id: \"" + id.toStdString() + '"');
+    QFile file(*path);
+    if (!file.exists())
+        return;
+    if (!file.remove())
+        throw SessionHistoryError("cannot remove " + path->toStdString() + ": " +
+                                  file.errorString().toStdString());
+}
+
+void SessionHistoryStore::deleteAll() {
+    ensureDirectory();
+    const QDir directory(m_directory);
+    for (const QString& name : visibleEntries()) {
+        if (hasSessionExtension(name))
+            QFile::remove(directory.filePath(name));
+    }
+}
+
+} // namespace vesnara
