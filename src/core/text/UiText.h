@@ -72,7 +72,7 @@ inline const QString promptUpdateManifestURLPlaceholder = u"https://.../latest-m
 inline const QString backendInvalidBaseURL = u"Virheellinen backend-osoite"_s;
 inline const QString backendInvalidResponse = u"Virheellinen palvelinvaste"_s;
 inline const QString backendInvalidUpdateManifestURL = u"Virheellinen päivitysfeed URL"_s;
-/// A refusal whose body carried no `error` text of its own.
+// A refusal whose body carried no `error` text of its own.
 inline QString backendServerErrorStatus(int httpStatus) {
     return u"Palvelinvirhe ("_s + QString::number(httpStatus) + u')';
 }

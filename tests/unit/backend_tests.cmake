@@ -1,0 +1,2 @@
+vesnara_add_test(tst_backend_records tst_backend_records.cpp)
+vesnara_add_test(tst_backend_requests tst_backend_requests.cpp)
