@@ -1,0 +1,41 @@
+#pragma once
+
+#include <chrono>
+
+namespace vesnara {
+
+/// Every duration of the engine and the clients: limits, poll intervals, delays and back-offs.
+/// Production uses the defaults; tests pass a scaled copy so that a 30-second limit is
+/// exercised in a fraction of a second.
+struct Timing {
+    using Duration = std::chrono::milliseconds;
+
+    // HTTP requests
+    Duration httpRequestLimit{60'000};
+    Duration memoRequestLimit{900'000};
+
+    // The audio stream
+    /// Shortest gap between two start messages while the server has not confirmed one.
+    Duration streamStartRepeatInterval{800};
+    /// First reconnect delay; each further try doubles it up to the maximum.
+    Duration streamReconnectBaseDelay{400};
+    Duration streamReconnectMaxDelay{4000};
+
+    /// The same timing with every duration multiplied by `factor` (at least 1 ms each).
+    Timing scaled(double factor) const {
+        const auto scale = [factor](Duration d) {
+            const auto scaledCount =
+                static_cast<Duration::rep>(static_cast<double>(d.count()) * factor);
+            return Duration(scaledCount < 1 ? 1 : scaledCount);
+        };
+        Timing t = *this;
+        t.httpRequestLimit = scale(httpRequestLimit);
+        t.memoRequestLimit = scale(memoRequestLimit);
+        t.streamStartRepeatInterval = scale(streamStartRepeatInterval);
+        t.streamReconnectBaseDelay = scale(streamReconnectBaseDelay);
+        t.streamReconnectMaxDelay = scale(streamReconnectMaxDelay);
+        return t;
+    }
+};
+
+} // namespace vesnara

@@ -1,0 +1,109 @@
+// vesnara-refbackend: the reference backend as a process.
+#include "model/DeploymentDefaults.h"
+#include "refbackend/RefBackend.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QDir>
+#include <QSocketNotifier>
+#include <QStandardPaths>
+
+#include <csignal>
+#include <cstdio>
+#include <sys/socket.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+using namespace vesnara;
+using namespace vesnara::refbackend;
+
+namespace {
+
+int signalPipe[2] = {-1, -1};
+
+void onTerminationSignal(int) {
+    const char byte = 1;
+    [[maybe_unused]] const auto written = ::write(signalPipe[0], &byte, 1);
+}
+
+// Turns SIGINT and SIGTERM into an orderly quit of the event loop.
+void quitOnTerminationSignals(QCoreApplication& app) {
+    if (::socketpair(AF_UNIX, SOCK_STREAM, 0, signalPipe) != 0)
+        return;
+    auto* notifier = new QSocketNotifier(signalPipe[1], QSocketNotifier::Read, &app);
+    QObject::connect(notifier, &QSocketNotifier::activated, &app, [&app] {
+        char byte = 0;
+        [[maybe_unused]] const auto read = ::read(signalPipe[1], &byte, 1);
+        app.quit();
+    });
+    struct sigaction action {};
+    action.sa_handler = onTerminationSignal;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART;
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(u"vesnara-refbackend"_s);
+    QCoreApplication::setApplicationVersion(QStringLiteral(VESNARA_VERSION));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        u"Vesnara reference backend: the speech backend's REST and stream protocol, for local use and tests."_s);
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption portOption(u"port"_s, u"Port to listen on (0 = any free port)."_s,
+                                        u"port"_s, u"8787"_s);
+    const QCommandLineOption bindOption(u"bind"_s, u"Address to listen on."_s, u"address"_s,
+                                        u"127.0.0.1"_s);
+    const QCommandLineOption dataOption(
+        u"data-dir"_s, u"Directory for sessions, received audio and the update manifest."_s,
+        u"directory"_s,
+        QDir(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation))
+            .filePath(u"Vesnara-RefBackend"_s));
+    const QCommandLineOption keyOption(u"api-key"_s, u"The x-api-key clients must send."_s,
+                                       u"key"_s,
+                                       QString::fromUtf16(DeploymentDefaults::sharedAPIKey));
+    const QCommandLineOption recognizerOption(
+        u"recognizer"_s, u"energy (detects speech) or scripted (silent until scripted)."_s,
+        u"kind"_s, u"energy"_s);
+    const QCommandLineOption tokenOption(
+        u"token"_s, u"A session token to accept (repeatable), for the user demo@vesnara.local."_s,
+        u"token"_s);
+    parser.addOptions(
+        {portOption, bindOption, dataOption, keyOption, recognizerOption, tokenOption});
+    parser.process(app);
+
+    RefBackendOptions options;
+    options.dataDirectory = parser.value(dataOption);
+    options.apiKey = parser.value(keyOption);
+    options.address = QHostAddress(parser.value(bindOption));
+    bool portOk = false;
+    options.port = static_cast<quint16>(parser.value(portOption).toUInt(&portOk));
+    const QString recognizer = parser.value(recognizerOption);
+    if (!portOk || options.address.isNull() ||
+        (recognizer != u"energy"_s && recognizer != u"scripted"_s)) {
+        std::fprintf(stderr, "vesnara-refbackend: invalid --port, --bind or --recognizer\n");
+        return 2;
+    }
+    options.recognizer =
+        recognizer == u"scripted"_s ? RecognizerKind::scripted : RecognizerKind::energy;
+
+    RefBackend backend(options);
+    for (const QString& token : parser.values(tokenOption))
+        backend.tokens().insert(token, u"demo@vesnara.local"_s, std::chrono::hours(24 * 365));
+    if (!backend.listen()) {
+        std::fprintf(stderr, "vesnara-refbackend: %s\n", qPrintable(backend.errorString()));
+        return 1;
+    }
+    quitOnTerminationSignals(app);
+    std::printf("vesnara-refbackend listening on %s (data in %s, recognizer %s)\n",
+                qPrintable(backend.baseUrl().toString()), qPrintable(options.dataDirectory),
+                qPrintable(recognizer));
+    std::fflush(stdout);
+    return app.exec();
+}
