@@ -21,6 +21,7 @@ RefBackend::RefBackend(RefBackendOptions options, QObject* parent)
     : QObject(parent)
     , m_options(std::move(options))
     , m_sessions(std::make_unique<SessionRegistry>(m_options.dataDirectory))
+    , m_users(std::make_unique<UserStore>(m_options.dataDirectory))
     , m_server(new RefHttpServer(m_faults, this)) {
     m_sessions->loadFromDisk();
     connect(m_server, &RefHttpServer::requestRecorded, this,
@@ -31,6 +32,7 @@ RefBackend::RefBackend(RefBackendOptions options, QObject* parent)
                 Q_EMIT requestRecorded(request);
             });
     addSpeechRoutes();
+    addAuthRoutes();
     addControlRoutes();
     acceptWebSocketConnections();
 }

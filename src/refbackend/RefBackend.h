@@ -6,6 +6,7 @@
 #include "refbackend/ServerSession.h"
 #include "refbackend/StreamConnection.h"
 #include "refbackend/TokenTable.h"
+#include "refbackend/UserStore.h"
 
 #include <QHostAddress>
 #include <QObject>
@@ -37,6 +38,10 @@ struct RefBackendOptions {
     quint16 port = 0;
     /// Keeps every stream message for inspection (tests); off for long runs.
     bool recordStreamMessages = false;
+    /// The `X-Admin-Key` of the user administration; empty turns administration off.
+    QString adminKey;
+    /// How long a session token from a login lives.
+    std::chrono::seconds tokenLifetime = std::chrono::hours(24 * 30);
 };
 
 /// The reference backend: one process (or one object, in tests), one port, speaking the speech
@@ -61,6 +66,7 @@ public:
 
     // Credentials
     TokenTable& tokens() { return m_tokens; }
+    UserStore& users() { return *m_users; }
     QString issueToken(const QString& subject,
                        std::chrono::seconds lifetime = std::chrono::hours(12));
 
@@ -111,6 +117,21 @@ private:
     ServerSession* ownedSession(const RecordedRequest& request, const QString& id,
                                 HttpReply* refusal);
 
+    // Auth routes (RefBackendAuthRoutes.cpp)
+    void addAuthRoutes();
+    HttpReply login(const RecordedRequest& request);
+    HttpReply verify(const RecordedRequest& request);
+    HttpReply requestPasswordReset(const RecordedRequest& request);
+    HttpReply changePassword(const RecordedRequest& request);
+    std::optional<HttpReply> refuseWithoutAdminKey(const RecordedRequest& request) const;
+    HttpReply adminListUsers(const RecordedRequest& request);
+    HttpReply adminCreateUser(const RecordedRequest& request);
+    HttpReply adminSetRole(const RecordedRequest& request, const QString& id);
+    HttpReply adminSetEnabled(const RecordedRequest& request, const QString& id, bool enabled);
+    HttpReply adminDeleteUser(const RecordedRequest& request, const QString& id);
+    HttpReply adminResetPassword(const RecordedRequest& request, const QString& id);
+    std::optional<AuthAccount> accountOfBearer(const RecordedRequest& request) const;
+
     // Control routes (RefBackendControlRoutes.cpp)
     void addControlRoutes();
     HttpReply control(const RecordedRequest& request, const QString& action);
@@ -131,6 +152,7 @@ private:
     RefBackendFaults m_faults;
     TokenTable m_tokens;
     std::unique_ptr<SessionRegistry> m_sessions;
+    std::unique_ptr<UserStore> m_users;
     RefHttpServer* m_server = nullptr;
     QString m_errorString;
     quint16 m_port = 0;

@@ -32,6 +32,11 @@ void TokenTable::revoke(const QString& token) {
     m_tokens.remove(token);
 }
 
+void TokenTable::revokeAllOf(const QString& subject) {
+    for (auto it = m_tokens.begin(); it != m_tokens.end();)
+        it = it->subject == subject ? m_tokens.erase(it) : std::next(it);
+}
+
 void TokenTable::expire(const QString& token) {
     if (auto it = m_tokens.find(token); it != m_tokens.end())
         it->expiresAt = QDateTime::currentDateTimeUtc().addSecs(-1);

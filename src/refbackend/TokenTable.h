@@ -20,6 +20,8 @@ public:
     /// The token's subject while it is live; nothing for unknown, revoked or expired tokens.
     std::optional<QString> subjectOf(const QString& token) const;
     void revoke(const QString& token);
+    /// Revokes every token of `subject` (a disabled or deleted account).
+    void revokeAllOf(const QString& subject);
     /// Makes the token expire now, as if its lifetime had passed.
     void expire(const QString& token);
 

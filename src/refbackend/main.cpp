@@ -74,8 +74,13 @@ int main(int argc, char* argv[]) {
     const QCommandLineOption tokenOption(
         u"token"_s, u"A session token to accept (repeatable), for the user demo@vesnara.local."_s,
         u"token"_s);
-    parser.addOptions(
-        {portOption, bindOption, dataOption, keyOption, recognizerOption, tokenOption});
+    const QCommandLineOption demoUserOption(
+        u"demo-user"_s, u"An account to create if it does not exist yet, as email:password."_s,
+        u"email:password"_s);
+    const QCommandLineOption adminKeyOption(
+        u"admin-key"_s, u"The X-Admin-Key of user administration (off when not given)."_s, u"key"_s);
+    parser.addOptions({portOption, bindOption, dataOption, keyOption, recognizerOption, tokenOption,
+                       demoUserOption, adminKeyOption});
     parser.process(app);
 
     RefBackendOptions options;
@@ -96,6 +101,16 @@ int main(int argc, char* argv[]) {
     RefBackend backend(options);
     for (const QString& token : parser.values(tokenOption))
         backend.tokens().insert(token, u"demo@vesnara.local"_s, std::chrono::hours(24 * 365));
+    if (parser.isSet(demoUserOption)) {
+        const QString demo = parser.value(demoUserOption);
+        const qsizetype colon = demo.indexOf(u':');
+        if (colon <= 0 || colon == demo.size() - 1) {
+            std::fprintf(stderr, "vesnara-refbackend: --demo-user wants email:password\n");
+            return 2;
+        }
+        if (!backend.users().findByEmail(demo.left(colon)))
+            backend.users().create(demo.left(colon), demo.mid(colon + 1), u"admin"_s);
+    }
     if (!backend.listen()) {
         std::fprintf(stderr, "vesnara-refbackend: %s\n", qPrintable(backend.errorString()));
         return 1;
