@@ -68,6 +68,17 @@ private Q_SLOTS:
         QVERIFY(!Timestamp::parseIso8601(text));
     }
 
+    void iso8601WithoutFractionsRefusesOnlyTheFraction() {
+        const auto strict = Timestamp::FractionalSeconds::notAllowed;
+        const auto plain = Timestamp::parseIso8601(u"2026-03-04T11:15:02+02:00"_s, strict);
+        QVERIFY(plain);
+        QCOMPARE(plain->unixSeconds(), 1772615702.0);
+        QVERIFY(!Timestamp::parseIso8601(u"2026-03-04T09:15:02.123Z"_s, strict));
+        QVERIFY(!Timestamp::parseIso8601(u"2026-03-04T09:15:02.Z"_s, strict));
+        QVERIFY(!Timestamp::parseIso8601(QString(), strict));
+        QVERIFY(Timestamp::parseIso8601(u"2026-03-04T09:15:02.123Z"_s)); // the default reads it
+    }
+
     void writtenIsoTextReadsBackToTheSameSecond() {
         const Timestamp original = Timestamp::fromUnixSeconds(1772615702.75);
         const auto back = Timestamp::parseIso8601(original.toIso8601());

@@ -32,11 +32,13 @@ QString Timestamp::toIso8601() const {
         .toString(u"yyyy-MM-ddTHH:mm:ss'Z'"_s);
 }
 
-std::optional<Timestamp> Timestamp::parseIso8601(const QString& text) {
+std::optional<Timestamp> Timestamp::parseIso8601(const QString& text, FractionalSeconds fraction) {
     static const QRegularExpression pattern(
         uR"(^(\d{4})-(\d{2})-(\d{2})T(\d{2}):(\d{2}):(\d{2})(\.\d+)?(Z|[+-]\d{2}:?\d{2})$)"_s);
     const auto match = pattern.match(text);
     if (!match.hasMatch())
+        return std::nullopt;
+    if (fraction == FractionalSeconds::notAllowed && match.hasCaptured(7))
         return std::nullopt;
 
     const QDate date(match.captured(1).toInt(), match.captured(2).toInt(),
@@ -59,8 +61,8 @@ std::optional<Timestamp> Timestamp::parseIso8601(const QString& text) {
 
     const QDateTime utc(date, time, QTimeZone::utc());
     double unix = static_cast<double>(utc.toSecsSinceEpoch() - offsetSeconds);
-    if (const QString fraction = match.captured(7); !fraction.isEmpty())
-        unix += (u"0"_s + fraction).toDouble();
+    if (const QString fractionText = match.captured(7); !fractionText.isEmpty())
+        unix += (u"0"_s + fractionText).toDouble();
     return fromUnixSeconds(unix);
 }
 

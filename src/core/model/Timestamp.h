@@ -39,9 +39,14 @@ public:
 
     /// ISO 8601 in UTC with whole seconds, as in "2026-03-04T09:15:02Z" (the fraction is dropped).
     QString toIso8601() const;
+    /// Whether `parseIso8601` accepts a fraction of a second after the seconds.
+    enum class FractionalSeconds { allowed, notAllowed };
     /// Reads an ISO 8601 date-time with a zone, with fractional seconds first, then without.
-    /// Anything else (no zone, no time, trailing text) gives nothing.
-    static std::optional<Timestamp> parseIso8601(const QString& text);
+    /// Anything else (no zone, no time, trailing text) gives nothing. With
+    /// `FractionalSeconds::notAllowed` only the plain internet date-time is read and a text with
+    /// a fraction gives nothing, as the stream's line times are read.
+    static std::optional<Timestamp>
+    parseIso8601(const QString& text, FractionalSeconds fraction = FractionalSeconds::allowed);
 
     /// "HH:mm:ss" in the local time zone, as shown on screen and in plain-text exports.
     QString clockText() const;

@@ -21,6 +21,10 @@ struct Timing {
     Duration streamReconnectBaseDelay{400};
     Duration streamReconnectMaxDelay{4000};
 
+    // Audio capture
+    /// Longest time system audio holds a partial chunk (of at least 20 ms) after its last chunk.
+    Duration systemAudioMaxChunkLatency{180};
+
     /// The same timing with every duration multiplied by `factor` (at least 1 ms each).
     Timing scaled(double factor) const {
         const auto scale = [factor](Duration d) {
@@ -34,6 +38,7 @@ struct Timing {
         t.streamStartRepeatInterval = scale(streamStartRepeatInterval);
         t.streamReconnectBaseDelay = scale(streamReconnectBaseDelay);
         t.streamReconnectMaxDelay = scale(streamReconnectMaxDelay);
+        t.systemAudioMaxChunkLatency = scale(systemAudioMaxChunkLatency);
         return t;
     }
 };

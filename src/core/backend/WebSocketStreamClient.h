@@ -1,0 +1,127 @@
+#pragma once
+
+#include "backend/StreamEvent.h"
+#include "model/Timing.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <QTimer>
+
+#include <chrono>
+#include <functional>
+#include <optional>
+
+class QWebSocket;
+
+namespace vesnara {
+
+/// Carries one recording's audio to the speech backend over a WebSocket and brings its
+/// transcript and status events back.
+///
+/// One client serves one stream address from `connect` to `disconnect`. It survives a bad
+/// network by itself: it reconnects with a bounded back-off, repeats the start message until the
+/// server has shown that it heard it, and sends audio as base64 JSON once 50 binary frames have
+/// drawn no transcript. It knows nothing of sessions or audio sources and writes nothing to the
+/// log; everything it has to say arrives at the event handler.
+///
+/// The client lives on the thread that created it (the main thread) and calls the handler there,
+/// always from the event loop, never from inside one of its own methods, so the handler may call
+/// any method of the client, or destroy it. No event reaches the handler after `disconnect` or
+/// after the client is destroyed.
+class WebSocketStreamClient final : public QObject {
+    Q_OBJECT
+
+public:
+    using EventHandler = std::function<void(const StreamEvent&)>;
+
+    /// Reconnects since the server last spoke after which the client gives up.
+    static constexpr int maxReconnectAttempts = 8;
+    /// The audio frame at which the client changes to base64 JSON when no "partial" or "final"
+    /// has arrived since `connect`; that frame already goes the new way.
+    static constexpr int base64SwitchFrame = 50;
+    /// Messages held while a connection's handshake is under way (Qt drops messages sent before
+    /// it completes). Later ones of that wait are dropped, as frames with no connection are.
+    static constexpr int maxMessagesHeldWhileConnecting = 100;
+
+    /// `timing` gives the start repeat interval and the reconnect back-off.
+    explicit WebSocketStreamClient(Timing timing = {}, QObject* parent = nullptr);
+    ~WebSocketStreamClient() override;
+
+    /// Opens the stream at `wsURL` (a ws:// or wss:// address, taken as it stands, with no extra
+    /// headers) and sends the start message for `language` and `sttModel` first on it. Throws
+    /// `APIClientError::invalidBaseURL()` for an address that is not a ws or wss URL; nothing
+    /// has changed then. Called on a running client it starts over.
+    void connect(const QString& wsURL, const QString& language, const QString& sttModel,
+                 EventHandler onEvent);
+
+    /// True from `connect` to `disconnect`, also while reconnecting and after giving up.
+    bool isActive() const { return m_isRunning; }
+    /// How audio goes on the wire now. Starts as binary at `connect` and changes at most once.
+    AudioTransportMode audioTransportMode() const { return m_audioTransportMode; }
+
+    /// Sends one frame of audio (its bytes are opaque here). Repeats the start message first,
+    /// at most once per start repeat interval, while the server has not confirmed it. A frame
+    /// that cannot be sent is dropped; a send on a lost connection counts as a failure of it.
+    void sendAudio(const QByteArray& frame);
+    /// Sends {"type":"stop"} on the current connection if there is one (after the start message
+    /// if its handshake is under way); nothing more.
+    void sendStop();
+    /// Closes the stream (close code 1001) and forgets everything; no event follows.
+    void disconnect();
+
+private:
+    struct OutgoingMessage {
+        bool binary = false;
+        QByteArray payload;
+    };
+    enum class SocketReadiness { none, connecting, connected, lost };
+
+    void openSocket(const QUrl& url);
+    void closeSocket();
+    void attemptSendStart(bool force);
+    /// A failed send on a lost connection counts as its failure when `failureCounts`.
+    void send(OutgoingMessage message, bool failureCounts);
+    void sendNow(const OutgoingMessage& message);
+    SocketReadiness socketReadiness() const;
+    void flushHeldMessages();
+    void handleMessage(std::optional<StreamEvent> event);
+    void handleSocketFailure(QWebSocket* socket);
+    void handleReceiveFailure(const QString& errorDescription);
+    void reconnect();
+    void emitEvent(StreamEvent event);
+    std::chrono::milliseconds reconnectDelay() const;
+    QString makeStartPayloadText() const;
+
+    Timing m_timing;
+    /// The current connection; old ones are closed and forgotten.
+    QWebSocket* m_socket = nullptr;
+    /// A failure of `m_socket` has been handled: its later signals count no more.
+    bool m_socketFailed = false;
+    bool m_isRunning = false;
+    /// A reconnect is scheduled and has not yet opened its new connection.
+    bool m_isReconnecting = false;
+    QString m_startPayloadText;
+    /// A "partial", "final" or "status" arrived since the start message went out on this
+    /// connection.
+    bool m_startConfirmed = false;
+    /// Empty means never (the distant past).
+    std::optional<std::chrono::steady_clock::time_point> m_lastStartAttemptAt;
+    /// Waiting for the handshake: the start message goes first, then these, in order.
+    bool m_startHeld = false;
+    QList<OutgoingMessage> m_heldMessages;
+    EventHandler m_onEvent;
+    /// Counts every `connect` and `disconnect`; an event posted under another value is dropped.
+    quint64 m_generation = 0;
+    QString m_wsURLString;
+    QString m_language;
+    QString m_sttModel;
+    int m_reconnectAttempts = 0;
+    AudioTransportMode m_audioTransportMode = AudioTransportMode::binary;
+    int m_audioFramesSent = 0;
+    int m_transcriptEventsReceived = 0;
+    QTimer m_reconnectTimer;
+};
+
+} // namespace vesnara
