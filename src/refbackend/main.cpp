@@ -78,7 +78,8 @@ int main(int argc, char* argv[]) {
         u"demo-user"_s, u"An account to create if it does not exist yet, as email:password."_s,
         u"email:password"_s);
     const QCommandLineOption adminKeyOption(
-        u"admin-key"_s, u"The X-Admin-Key of user administration (off when not given)."_s, u"key"_s);
+        u"admin-key"_s, u"The X-Admin-Key of user administration (off when not given)."_s,
+        u"key"_s);
     parser.addOptions({portOption, bindOption, dataOption, keyOption, recognizerOption, tokenOption,
                        demoUserOption, adminKeyOption});
     parser.process(app);
