@@ -199,4 +199,121 @@ inline QString relaunchFailed(const QString& errorDescription) {
     return u"Uudelleenkäynnistys epäonnistui: "_s + errorDescription;
 }
 
+// Accounts
+// Errors of the auth service's client.
+inline const QString authInvalidURL = u"Virheellinen auth-osoite"_s;
+inline const QString authConnectionFailed = u"Yhteys auth-palveluun epäonnistui"_s;
+inline const QString authInvalidServerResponse = u"Virheellinen vastaus auth-palvelulta"_s;
+inline const QString authSessionExpired = u"Sessio vanhentunut, kirjaudu uudelleen."_s;
+inline const QString authInvalidVerifyResponse = u"Virheellinen auth-vastaus"_s;
+// Login.
+inline const QString authEnterEmailAndPassword = u"Syötä sähköposti ja salasana."_s;
+inline const QString authLoginFailed = u"Kirjautuminen epäonnistui."_s;
+inline const QString authInvalidLoginResponse = u"Virheellinen kirjautumisvastaus."_s;
+// The prompt for the auth service's address (buttons `promptSave`, `promptCancel`).
+inline const QString promptAuthURLTitle = u"Auth URL"_s;
+inline const QString promptAuthURLText = u"Syötä auth-palvelun URL."_s;
+// Password flows.
+inline const QString authEnterEmail = u"Syötä sähköpostiosoite."_s;
+inline const QString authPasswordResetSent = u"Palautusohje lähetetty."_s;
+inline const QString authPasswordResetUnavailable =
+    u"Salasanan palautus ei ole käytössä auth-palvelussa."_s;
+inline const QString authPasswordResetFailed = u"Salasanan palautus epäonnistui."_s;
+inline const QString authEnterCurrentAndNewPassword = u"Syötä nykyinen ja uusi salasana."_s;
+inline const QString authSessionMissing = u"Sessio puuttuu. Kirjaudu uudelleen."_s;
+inline const QString authPasswordChanged = u"Salasana päivitetty."_s;
+inline const QString authPasswordChangeUnavailable =
+    u"Salasanan vaihto ei ole käytössä auth-palvelussa."_s;
+inline const QString authPasswordChangeFailed = u"Salasanan vaihto epäonnistui."_s;
+// User administration.
+inline const QString adminEnterKey = u"Syötä admin-avain."_s;
+inline const QString adminInvalidRole = u"Virheellinen rooli."_s;
+inline const QString adminEnterNewPassword = u"Syötä uusi salasana."_s;
+inline const QString adminListUsersFailed = u"Käyttäjien haku epäonnistui."_s;
+inline const QString adminCreateUserFailed = u"Käyttäjän luonti epäonnistui."_s;
+inline const QString adminSetRoleFailed = u"Roolin vaihto epäonnistui."_s;
+inline const QString adminSetRoleUnavailable = u"Roolin vaihto ei ole käytössä auth-palvelussa."_s;
+inline const QString adminEnableUserFailed = u"Käyttäjän aktivointi epäonnistui."_s;
+inline const QString adminDisableUserFailed = u"Käyttäjän esto epäonnistui."_s;
+inline const QString adminDeleteUserFailed = u"Käyttäjän poisto epäonnistui."_s;
+inline const QString adminResetPasswordFailed = u"Salasanan nollaus epäonnistui."_s;
+
+// Recording engine.
+// Start, stop, pause and resume.
+inline const QString statusWaitForAudioTest = u"Odota, että äänitesti valmistuu"_s;
+inline const QString statusConnecting = u"Yhdistetään..."_s;
+inline const QString statusStartTimedOut = u"Aloitus aikakatkaistiin"_s;
+// Shown whether or not the server had created the session when the start gave up.
+inline const QString hintStartTimedOut =
+    u"Sessio syntyi, mutta äänen kaappaus tai yhteys ei käynnistynyt ajoissa. Yritä uudelleen ja vie diagnostiikka, jos tämä toistuu."_s;
+inline const QString statusStopping = u"Pysäytetään..."_s;
+inline const QString statusResuming = u"Jatketaan..."_s;
+inline const QString statusResumeFailedNoConnection = u"Jatkaminen epäonnistui: yhteys puuttuu"_s;
+inline const QString statusResumeTimedOut = u"Jatkaminen aikakatkaistiin"_s;
+inline const QString hintResumeTimedOut =
+    u"Jatkaminen jäi odottamaan yhteyttä liian pitkäksi aikaa. Teksti säilyi, ja voit yrittää jatkaa tai lopettaa tallennuksen."_s;
+// The status line while a recording runs.
+inline const QString statusListening = u"Kuuntelen..."_s;
+inline QString statusListeningTo(const QString& sourceName) {
+    return u"Kuuntelen... ("_s + sourceName + u')';
+}
+inline const QString statusPaused = u"Tauolla"_s;
+inline const QString statusWaiting = u"Odottaa"_s;
+inline const QString statusWaitingForAudio = u"Odottaa ääntä..."_s;
+inline const QString statusWaitingForSpeech = u"Odottaa puhetta..."_s;
+inline const QString statusPausedConnectionLost = u"Tauolla (yhteys katkennut...)"_s;
+inline const QString statusReconnecting = u"Yhdistetään uudelleen..."_s;
+inline const QString statusRetryingSafeModel =
+    u"Puheentunnistus ei saanut tekstiä. Yritetään varamallia..."_s;
+inline const QString statusStopped = u"Pysäytetty"_s;
+inline const QString statusStoppedWithoutTranscript = u"Pysäytetty ilman transkriptiota"_s;
+// A recording that the server or the connection ended, while running or while paused.
+inline const QString statusConnectionLost = u"Yhteys katkesi"_s;
+inline const QString statusSessionClosedDuringPause = u"Sessio sulkeutui tauon aikana"_s;
+inline const QString hintSessionClosedByServer =
+    u"Palvelin sulki session, koska ääntä ei tullut ajoissa tai yhteys katkesi. Nykyinen teksti säilyi; aloita uusi tallennus jatkaaksesi."_s;
+// Why a stop yielded no text, by the audio that was sent.
+inline const QString hintEmptyResultTooShort =
+    u"Tallennus jäi hyvin lyhyeksi eikä puhetta ehtinyt syntyä. Tee äänitesti ja kokeile uudelleen."_s;
+inline const QString hintEmptyResultSilentMicrophone =
+    u"Äänitaso oli lähes nolla. Tarkista mikrofoni tai valitse oikea äänilähde ja tee äänitesti."_s;
+inline const QString hintEmptyResultSilentSystemAudioApple =
+    u"Systeemiäänen taso oli lähes nolla. Tarkista valittu näyttö/sovellus ja Screen & System Audio -lupa."_s;
+inline const QString hintEmptyResultSilentSystemAudio =
+    u"Systeemiäänen taso oli lähes nolla. Tarkista valittu äänilähtö/sovellus ja että äänipalvelin on käynnissä."_s;
+inline const QString hintEmptyResultSilentMixed =
+    u"Mikin ja systeemiäänen taso oli lähes nolla. Tarkista äänilähteet ja tee äänitesti."_s;
+inline const QString hintEmptyResultQuiet =
+    u"Ääni oli hyvin hiljainen eikä puheentunnistus saanut sanoja. Tarkista äänilähde ja tee äänitesti."_s;
+inline const QString hintEmptyResultNoText =
+    u"Ääntä lähetettiin, mutta puheentunnistus ei palauttanut tekstiä. Kokeile äänitestiä tai toista mallia."_s;
+// Live hints from the server's view of the session, in the order they are tried.
+inline const QString hintRecordingPaused = u"Tallennus tauolla"_s;
+inline const QString hintMixedMicrophoneMissingRestarting =
+    u"Mikrofoni ei ole mukana tallennuksessa. Yritetään käynnistää mikki uudelleen..."_s;
+inline const QString hintMixedMicrophoneMissingApple =
+    u"Mikrofoni ei ole mukana tallennuksessa. Valitse toinen mikrofoni tai tarkista macOS Microphone -lupa."_s;
+inline const QString hintMixedMicrophoneMissing =
+    u"Mikrofoni ei ole mukana tallennuksessa. Valitse toinen mikrofoni tai tarkista järjestelmän ääniasetukset."_s;
+inline const QString hintMixedSystemAudioMissingApple =
+    u"Systeemiääni ei ole mukana tallennuksessa. Tarkista näyttölähde/sovellussuodatin ja lupa."_s;
+inline const QString hintMixedSystemAudioMissing =
+    u"Systeemiääni ei ole mukana tallennuksessa. Tarkista äänilähtö/sovellussuodatin ja lupa."_s;
+inline const QString hintMixedMicrophoneQuiet =
+    u"Mikrofoni on mukana, mutta sen taso on hyvin hiljainen. Valitse toinen mikrofoni tai nosta input-tasoa."_s;
+inline const QString hintNoSpeechDetected = u"Puhetta ei havaita. Tarkista valittu mikrofoni."_s;
+inline const QString hintAudioSentNoTextYet =
+    u"Ääntä lähetetään, mutta puheentunnistus ei vielä palauta tekstiä."_s;
+inline const QString hintSystemAudioNotConvertingToPCM =
+    u"Systeemiääni saapuu, mutta formaatti ei muunnu PCM:ksi. Lähetä terminaalilogi."_s;
+inline const QString hintSystemAudioNoPCM =
+    u"Systeemiääni ei muodosta PCM-dataa. Ota varatila käyttöön tai vaihda tilaan Mikki + systeemiääni."_s;
+inline const QString hintNoSystemAudioFramesApple =
+    u"Systeemiäänestä ei tule frameja. Tarkista Screen & System Audio Recording -lupa."_s;
+inline const QString hintNoSystemAudioFrames =
+    u"Systeemiäänestä ei tule frameja. Tarkista valittu äänilähtö ja että äänipalvelin on käynnissä."_s;
+inline QString hintSttError(const QString& message) {
+    return u"STT-virhe: "_s + message;
+}
+
 } // namespace vesnara::UiText

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QString>
+
+#include <stdexcept>
+
+namespace vesnara {
+
+/// Why the microphone could not be started, with the Finnish text the user sees.
+class MicrophoneCaptureError : public std::runtime_error {
+public:
+    enum class Kind {
+        /// The user has not allowed the microphone (raised by the permission flows, not by
+        /// `MicrophoneCapture::start`).
+        permissionDenied,
+        /// The input has no channels, or its stream could not be started.
+        engineNotReady,
+    };
+
+    explicit MicrophoneCaptureError(Kind kind);
+
+    Kind kind() const { return m_kind; }
+    /// The Finnish text for the user; `what()` holds the same text in UTF-8.
+    QString description() const;
+
+private:
+    Kind m_kind;
+};
+
+} // namespace vesnara
