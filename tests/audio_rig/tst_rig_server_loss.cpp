@@ -1,0 +1,117 @@
+#include "AudioRig.h"
+#include "LinuxPermissionProbe.h"
+#include "PulseAudioInputBackend.h"
+#include "PulseSystemAudioBackend.h"
+#include "audio/MicrophoneCapture.h"
+#include "audio/MicrophonePermissionSnapshot.h"
+#include "audio/SystemAudioCapture.h"
+
+#include <QElapsedTimer>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+
+using namespace Qt::StringLiterals;
+using namespace vesnara;
+using namespace vesnara::rig;
+
+/// A sound server that dies under a running capture. The test runs a daemon of its own (the
+/// rig script with a private directory), since it kills it.
+class RigServerLossTest : public QObject {
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_dir;
+    QString m_rigDir;
+
+    bool runRig(const QStringList& arguments, QByteArray* output = nullptr) {
+        QProcess rig;
+        rig.start(QStringLiteral(VESNARA_AUDIO_RIG_SCRIPT), arguments);
+        if (!rig.waitForFinished(30000))
+            return false;
+        if (output)
+            *output = rig.readAllStandardOutput();
+        return rig.exitCode() == 0;
+    }
+
+private Q_SLOTS:
+    void initTestCase() {
+        // Only where the shared rig runs is a daemon known to start; this one is private.
+        VESNARA_SKIP_WITHOUT_RIG();
+        m_rigDir = m_dir.filePath(u"rig"_s);
+        QByteArray environment;
+        QVERIFY(runRig({u"start"_s, u"--dir"_s, m_rigDir}, &environment));
+        for (const auto& line : environment.split('\n')) {
+            const auto assignment = line.trimmed().mid(qsizetype(sizeof("export ")) - 1);
+            const auto eq = assignment.indexOf('=');
+            if (line.startsWith("export ") && eq > 0)
+                qputenv(assignment.left(eq).constData(), assignment.mid(eq + 1));
+        }
+        QVERIFY(qEnvironmentVariable("PULSE_SERVER").contains(m_rigDir));
+    }
+
+    void cleanupTestCase() {
+        if (!m_rigDir.isEmpty())
+            runRig({u"stop"_s, m_rigDir});
+    }
+
+    void killedServerStopsCaptureWithoutHangAndStartFails() {
+        PulseAudioInputBackend inputBackend;
+        PulseSystemAudioBackend systemBackend;
+        auto probe = std::make_shared<LinuxPermissionProbe>();
+        QVERIFY(MicrophonePermissionSnapshot::from(probe->microphoneState()).isGranted);
+        QVERIFY(probe->systemAudioPreflight());
+
+        MicrophoneCapture microphone(inputBackend);
+        SystemAudioCapture system(systemBackend);
+        FrameCollector micFrames;
+        FrameCollector systemFrames;
+        std::atomic<bool> micFailed{false};
+        std::atomic<bool> systemStopped{false};
+        microphone.onPCMFrame = [&micFrames](QByteArray f) { micFrames.post(std::move(f)); };
+        microphone.onStreamFailure = [&micFailed](const QString&) { micFailed = true; };
+        system.onPCMFrame = [&systemFrames](QByteArray f) { systemFrames.post(std::move(f)); };
+        system.onStreamStopped = [&systemStopped](const QString&) { systemStopped = true; };
+        microphone.start();
+        system.start();
+        QTRY_VERIFY_WITH_TIMEOUT(!micFrames.frames.isEmpty() && !systemFrames.frames.isEmpty(),
+                                 8000);
+
+        QFile pidFile(m_rigDir + u"/pid"_s);
+        QVERIFY(pidFile.open(QIODevice::ReadOnly));
+        const auto pid = pidFile.readAll().trimmed().toInt();
+        QVERIFY(pid > 0);
+        QCOMPARE(::kill(pid, SIGKILL), 0);
+
+        QTRY_VERIFY(micFailed.load());
+        QTRY_VERIFY(systemStopped.load());
+        QElapsedTimer timer;
+        timer.start();
+        microphone.stop();
+        system.stop();
+        QVERIFY(microphone.listAvailableInputDevices().isEmpty());
+
+        QVERIFY_THROWS_EXCEPTION(MicrophoneCaptureError, microphone.start());
+        try {
+            microphone.start();
+        } catch (const MicrophoneCaptureError& error) {
+            QCOMPARE(error.kind(), MicrophoneCaptureError::Kind::engineNotReady);
+        }
+        try {
+            system.start();
+            QFAIL("system audio started without a server");
+        } catch (const SystemAudioCaptureError& error) {
+            QCOMPARE(error.kind(), SystemAudioCaptureError::Kind::permissionDenied);
+        }
+        QVERIFY2(timer.elapsed() < 10000, "the failed starts took too long");
+
+        const auto snapshot = MicrophonePermissionSnapshot::from(probe->microphoneState());
+        QVERIFY(!snapshot.isGranted);
+        QVERIFY(snapshot.shouldOpenSystemSettings);
+        QVERIFY(!probe->systemAudioPreflight());
+    }
+};
+
+QTEST_GUILESS_MAIN(RigServerLossTest)
+#include "tst_rig_server_loss.moc"

@@ -1,0 +1,105 @@
+#include "AudioRig.h"
+#include "PulseSystemAudioBackend.h"
+#include "audio/SystemAudioCapture.h"
+
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace vesnara;
+using namespace vesnara::rig;
+
+namespace {
+
+constexpr int kWarmUpAndPlayMs = 8000;
+
+std::optional<quint32> meetingOutputId(const SystemAudioCapture& capture) {
+    for (const auto& display : capture.listDisplaySources())
+        if (display.name.contains(u"Meeting output"_s))
+            return display.id;
+    return std::nullopt;
+}
+
+bool listsApplication(const SystemAudioCapture& capture, const QString& bundleId) {
+    for (const auto& application : capture.listApplicationSources())
+        if (application.bundleIdentifier == bundleId)
+            return true;
+    return false;
+}
+
+} // namespace
+
+/// System audio against the rig's daemon: the "meeting" output's monitor, and one application's
+/// streams while another plays beside it.
+class RigSystemAudioTest : public QObject {
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_dir;
+
+private Q_SLOTS:
+    void init() { VESNARA_SKIP_WITHOUT_RIG(); }
+
+    void soundPlayedIntoTheMeetingOutputIsCaptured() {
+        const double amplitude = 0.4;
+        const QString wav = m_dir.filePath(u"meeting.wav"_s);
+        QVERIFY(writeToneWav(wav, 440.0, amplitude, 6.0));
+
+        PulseSystemAudioBackend backend;
+        SystemAudioCapture capture(backend);
+        QTRY_VERIFY(meetingOutputId(capture).has_value());
+        capture.preferredDisplayID = meetingOutputId(capture);
+        FrameCollector collector;
+        capture.onPCMFrame = [&collector](QByteArray frame) { collector.post(std::move(frame)); };
+        capture.start();
+        QVERIFY(capture.isRunning());
+
+        Player player(wav, u"meeting"_s);
+        QVERIFY(player.started());
+        const double expected = sineLevel(amplitude);
+        QTRY_VERIFY_WITH_TIMEOUT(collector.loudFrames(expected / 2).size() >= 10, kWarmUpAndPlayMs);
+        capture.stop();
+
+        for (const auto& frame : collector.frames) {
+            QVERIFY(frame.size() >= 640 && frame.size() <= 3200);
+            QCOMPARE(frame.size() % 2, 0);
+        }
+        checkSteadyTone(collector.loudFrames(expected / 2), expected, 440.0);
+    }
+
+    void oneApplicationIsHeardAndNotTheOtherBesideIt() {
+        const double amplitude = 0.4;
+        const QString chosenWav = m_dir.filePath(u"chosen.wav"_s);
+        const QString otherWav = m_dir.filePath(u"other.wav"_s);
+        QVERIFY(writeToneWav(chosenWav, 440.0, amplitude, 8.0));
+        QVERIFY(writeToneWav(otherWav, 1500.0, amplitude, 8.0));
+
+        Player chosen(chosenWav, u"meeting"_s,
+                      {u"application.process.binary=vesnara-rig-chosen"_s,
+                       u"application.name=Chosen Player"_s});
+        Player other(otherWav, u"meeting"_s,
+                     {u"application.process.binary=vesnara-rig-other"_s,
+                      u"application.name=Other Player"_s});
+        QVERIFY(chosen.started());
+        QVERIFY(other.started());
+
+        PulseSystemAudioBackend backend;
+        SystemAudioCapture capture(backend);
+        QTRY_VERIFY(listsApplication(capture, u"vesnara-rig-chosen"_s) &&
+                    listsApplication(capture, u"vesnara-rig-other"_s));
+        capture.preferredDisplayID = meetingOutputId(capture);
+        capture.preferredApplicationBundleID = u"vesnara-rig-chosen"_s;
+        FrameCollector collector;
+        capture.onPCMFrame = [&collector](QByteArray frame) { collector.post(std::move(frame)); };
+        capture.start();
+        QVERIFY(capture.activeSourceName().contains(u"Chosen Player"_s));
+
+        const double expected = sineLevel(amplitude);
+        QTRY_VERIFY_WITH_TIMEOUT(collector.loudFrames(expected / 2).size() >= 10, kWarmUpAndPlayMs);
+        capture.stop();
+        checkSteadyTone(collector.loudFrames(expected / 2), expected, 440.0);
+    }
+};
+
+QTEST_GUILESS_MAIN(RigSystemAudioTest)
+#include "tst_rig_system_audio.moc"
