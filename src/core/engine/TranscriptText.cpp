@@ -1,0 +1,33 @@
+#include "engine/TranscriptText.h"
+
+#include <QStringList>
+
+using namespace Qt::StringLiterals;
+
+namespace vesnara {
+
+QString transcriptText(const QList<TranscriptSegment>& segments) {
+    QStringList lines;
+    lines.reserve(segments.size());
+    for (const TranscriptSegment& segment : segments) {
+        QString line = u'[' + segment.timestamp.clockText() + u"] "_s;
+        if (segment.speakerLabel)
+            line += u'[' + *segment.speakerLabel + u"] "_s;
+        lines.append(line + segment.text);
+    }
+    return lines.join(u'\n');
+}
+
+qsizetype wordCount(const QString& text) {
+    qsizetype count = 0;
+    bool inWord = false;
+    for (const QChar c : text) {
+        const bool isSpace = c.isSpace();
+        if (!isSpace && !inWord)
+            ++count;
+        inWord = !isSpace;
+    }
+    return count;
+}
+
+} // namespace vesnara
