@@ -4,9 +4,11 @@
 #include "backend/HttpTransport.h"
 #include "support/RefBackendFixture.h"
 
+#include "support/TestHttp.h"
 #include <QElapsedTimer>
 #include <QSignalSpy>
 #include <QTcpServer>
+
 #include <QTcpSocket>
 #include <QTest>
 
@@ -17,16 +19,6 @@ using namespace vesnara::test;
 using refbackend::HttpFault;
 
 namespace {
-
-// A loopback port that nothing listens on any more.
-quint16 closedPort() {
-    QTcpServer server;
-    if (!server.listen(QHostAddress::LocalHost, 0))
-        return 0;
-    const quint16 port = server.serverPort();
-    server.close();
-    return port;
-}
 
 HttpRequest requestTo(const QUrl& base, const QString& path, QByteArray method = "GET") {
     HttpRequest request;
@@ -127,7 +119,7 @@ private Q_SLOTS:
     }
 
     void failuresWithoutAnAnswerAreTransportErrors() {
-        const quint16 port = closedPort();
+        const quint16 port = closedLoopbackPort();
         QVERIFY(port != 0);
         const auto refused = awaitTask(
             m_transport->send(requestTo(QUrl(u"http://127.0.0.1:%1"_s.arg(port)), u"/health"_s)));

@@ -8,6 +8,7 @@
 #include "refbackend/ServerSession.h"
 #include "refbackend/WavWriter.h"
 #include "support/RefBackendFixture.h"
+#include "support/TestAudio.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -26,15 +27,6 @@ using vesnara::test::RefBackendFixture;
 namespace {
 
 constexpr int kWaitMs = 10000;
-
-QByteArray tone(double frequency, double amplitude, int samples) {
-    QByteArray pcm(samples * 2, Qt::Uninitialized);
-    for (int i = 0; i < samples; ++i) {
-        const double value = amplitude * std::sin(2 * std::numbers::pi * frequency * i / 16000.0);
-        qToLittleEndian(static_cast<qint16>(std::lround(value * 32767.0)), pcm.data() + 2 * i);
-    }
-    return pcm;
-}
 
 // The named entry of a zip archive held in memory; empty when the archive or entry is missing.
 QByteArray zipEntry(const QByteArray& archive, const char* name) {
@@ -86,7 +78,7 @@ private Q_SLOTS:
                        [&events](const StreamEvent& event) { events.append(event); });
         QTRY_VERIFY_WITH_TIMEOUT(!events.isEmpty(), kWaitMs); // "listening"
 
-        const QByteArray pcm = tone(1000.0, 0.5, 32000); // 2 s
+        const QByteArray pcm = vesnara::test::sineTonePcm16(1000.0, 0.5, 32000); // 2 s
         for (qsizetype offset = 0; offset < pcm.size(); offset += 3200)
             stream.sendAudio(pcm.mid(offset, 3200));
         stream.sendStop();

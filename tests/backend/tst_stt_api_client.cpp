@@ -5,6 +5,7 @@
 #include "backend/STTAPIClient.h"
 #include "model/JsonReader.h"
 #include "support/RefBackendFixture.h"
+#include "support/TestHttp.h"
 
 #include <QElapsedTimer>
 #include <QJsonDocument>
@@ -18,15 +19,6 @@ using namespace vesnara::test;
 using refbackend::HttpFault;
 
 namespace {
-
-quint16 closedPort() {
-    QTcpServer server;
-    if (!server.listen(QHostAddress::LocalHost, 0))
-        return 0;
-    const quint16 port = server.serverPort();
-    server.close();
-    return port;
-}
 
 HttpFault respond(const QString& path, int status, const QByteArray& body) {
     HttpFault fault;
@@ -262,7 +254,7 @@ private Q_SLOTS:
 
     void stopSessionNeverFails() {
         STTConfiguration unreachable = config();
-        const quint16 port = closedPort();
+        const quint16 port = closedLoopbackPort();
         QVERIFY(port != 0);
         unreachable.baseURL = u"http://127.0.0.1:%1"_s.arg(port);
         const auto closed = awaitTask(m_client->stopSession(unreachable, u"s1"_s));
@@ -288,7 +280,7 @@ private Q_SLOTS:
 
     void noAnswerIsNotARefusal() {
         STTConfiguration unreachable = config();
-        unreachable.baseURL = u"http://127.0.0.1:%1"_s.arg(closedPort());
+        unreachable.baseURL = u"http://127.0.0.1:%1"_s.arg(closedLoopbackPort());
         const auto refused = awaitTask(m_client->health(unreachable));
         const auto transportError = refused.errorAs<TransportError>();
         QVERIFY(transportError);

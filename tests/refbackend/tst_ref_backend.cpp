@@ -3,6 +3,8 @@
 #include "refbackend/RefBackend.h"
 #include "refbackend/WavWriter.h"
 #include "support/RefBackendFixture.h"
+#include "support/TestAudio.h"
+#include "support/TestHttp.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -19,54 +21,31 @@
 using namespace Qt::StringLiterals;
 using namespace vesnara;
 using namespace vesnara::refbackend;
-using vesnara::test::RefBackendFixture;
+using namespace vesnara::test;
 
 namespace {
 
-struct Answer {
-    int status = 0;
-    QByteArray body;
-    QJsonObject json() const { return QJsonDocument::fromJson(body).object(); }
-};
-
 constexpr int kWaitMs = 10000;
-
-QByteArray tone(double frequency, double amplitude, int samples) {
-    QByteArray pcm(samples * 2, Qt::Uninitialized);
-    for (int i = 0; i < samples; ++i) {
-        const double value = amplitude * std::sin(2 * std::numbers::pi * frequency * i / 16000.0);
-        qToLittleEndian(static_cast<qint16>(std::lround(value * 32767.0)), pcm.data() + 2 * i);
-    }
-    return pcm;
-}
 
 } // namespace
 
 class RefBackendTest : public QObject {
     Q_OBJECT
 
-    Answer call(const QByteArray& method, const QString& path, const QByteArray& body = {},
-                bool withCredentials = true) {
-        QNetworkRequest request(QUrl(backend().baseUrl().toString() + path));
-        if (withCredentials) {
-            request.setRawHeader("x-api-key", m_server->config().apiKey.toUtf8());
-            request.setRawHeader("x-auth-token", m_server->token().toUtf8());
-        }
-        if (!body.isNull())
-            request.setHeader(QNetworkRequest::ContentTypeHeader, u"application/json"_s);
-        QNetworkReply* reply = m_network.sendCustomRequest(request, method, body);
-        QSignalSpy finished(reply, &QNetworkReply::finished);
-        if (!reply->isFinished() && !finished.wait(kWaitMs))
-            qWarning("request timed out");
-        Answer answer{reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(),
-                      reply->readAll()};
-        reply->deleteLater();
-        return answer;
+    HttpAnswer call(const QByteArray& method, const QString& path, const QByteArray& body = {},
+                    bool withCredentials = true) {
+        QList<std::pair<QByteArray, QByteArray>> headers;
+        if (withCredentials)
+            headers = {{"x-api-key", m_server->config().apiKey.toUtf8()},
+                       {"x-auth-token", m_server->token().toUtf8()}};
+        return httpCall(m_network, method, QUrl(backend().baseUrl().toString() + path), body,
+                        headers);
     }
 
     QJsonObject createSession() {
-        const Answer answer = call("POST", u"/v1/sessions"_s,
-                                   R"({"language":"fi-FI","enableInterim":true,"sttModel":"chirp_3",
+        const HttpAnswer answer =
+            call("POST", u"/v1/sessions"_s,
+                 R"({"language":"fi-FI","enableInterim":true,"sttModel":"chirp_3",
                                        "enableSpeakerDiarization":false,"speakerCount":0})");
         if (answer.status / 100 != 2)
             qWarning("create failed: %s", answer.body.constData());
@@ -95,7 +74,7 @@ private Q_SLOTS:
     void cleanup() { m_server.reset(); }
 
     void healthNeedsNoCredentials() {
-        const Answer answer = call("GET", u"/health"_s, {}, false);
+        const HttpAnswer answer = call("GET", u"/health"_s, {}, false);
         QCOMPARE(answer.status, 200);
         QCOMPARE(answer.json().value(u"ok"_s), true);
         QVERIFY(Timestamp::parseIso8601(answer.json().value(u"time"_s).toString()));
@@ -106,7 +85,7 @@ private Q_SLOTS:
 
         const QString token = m_server->token();
         backend().tokens().revoke(token);
-        const Answer revoked = call("GET", u"/v1/sessions"_s);
+        const HttpAnswer revoked = call("GET", u"/v1/sessions"_s);
         QCOMPARE(revoked.status, 401);
         QVERIFY(!revoked.json().value(u"error"_s).toString().isEmpty());
 
@@ -123,7 +102,7 @@ private Q_SLOTS:
         QVERIFY(!created.value(u"token"_s).toString().isEmpty());
 
         QCOMPARE(call("GET", u"/v1/sessions/"_s + id).json().value(u"status"_s), u"active"_s);
-        const Answer stopped = call("POST", u"/v1/sessions/"_s + id + u"/stop"_s);
+        const HttpAnswer stopped = call("POST", u"/v1/sessions/"_s + id + u"/stop"_s);
         QCOMPARE(stopped.status, 200);
         const QJsonObject meta = call("GET", u"/v1/sessions/"_s + id).json();
         QCOMPARE(meta.value(u"status"_s), u"stopped"_s);
@@ -145,7 +124,7 @@ private Q_SLOTS:
     }
 
     void aBadCreateRequestIsRefusedWithItsReason() {
-        const Answer answer = call("POST", u"/v1/sessions"_s, R"({"language":"fi-FI"})");
+        const HttpAnswer answer = call("POST", u"/v1/sessions"_s, R"({"language":"fi-FI"})");
         QCOMPARE(answer.status, 400);
         QVERIFY(answer.json().value(u"error"_s).toString().contains(u"sttModel"_s));
     }
@@ -153,14 +132,11 @@ private Q_SLOTS:
     void sessionsAreVisibleToTheirOwnerOnly() {
         const QString id = createSession().value(u"sessionId"_s).toString();
         const QString stranger = backend().issueToken(u"muu@vesnara.test"_s);
-        QNetworkRequest request(QUrl(backend().baseUrl().toString() + u"/v1/sessions/"_s + id));
-        request.setRawHeader("x-api-key", m_server->config().apiKey.toUtf8());
-        request.setRawHeader("x-auth-token", stranger.toUtf8());
-        QNetworkReply* reply = m_network.get(request);
-        QSignalSpy finished(reply, &QNetworkReply::finished);
-        QVERIFY(finished.wait(kWaitMs));
-        QCOMPARE(reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), 404);
-        reply->deleteLater();
+        const HttpAnswer answer = httpCall(
+            m_network, "GET", QUrl(backend().baseUrl().toString() + u"/v1/sessions/"_s + id), {},
+            {{"x-api-key", m_server->config().apiKey.toUtf8()},
+             {"x-auth-token", stranger.toUtf8()}});
+        QCOMPARE(answer.status, 404);
     }
 
     void aToneLeavesAWavWhoseLevelMatchesTheMeta() {
@@ -169,7 +145,7 @@ private Q_SLOTS:
         auto socket = openStream(created);
         QVERIFY(socket);
 
-        const QByteArray pcm = tone(1000.0, 0.5, 32000); // 2 s
+        const QByteArray pcm = sineTonePcm16(1000.0, 0.5, 32000); // 2 s
         for (int offset = 0; offset < pcm.size(); offset += 3200)
             socket->sendBinaryMessage(pcm.mid(offset, 3200));
         QTRY_COMPARE_WITH_TIMEOUT(backend().session(id)->audioFrameCount, 20, kWaitMs);
@@ -197,7 +173,7 @@ private Q_SLOTS:
         const QString id = created.value(u"sessionId"_s).toString();
         auto socket = openStream(created);
         QVERIFY(socket);
-        const QByteArray frame = tone(440.0, 0.25, 1600);
+        const QByteArray frame = sineTonePcm16(440.0, 0.25, 1600);
 
         backend().faults().ignoreBinaryFrames = true;
         socket->sendBinaryMessage(frame);
@@ -283,7 +259,7 @@ private Q_SLOTS:
         backend().faults().notFoundPaths.insert(u"/v1/sessions"_s);
 
         QCOMPARE(call("GET", u"/v1/sessions"_s).status, 418); // the path-free fault matches first
-        const Answer maintenance = call("GET", u"/health"_s);
+        const HttpAnswer maintenance = call("GET", u"/health"_s);
         QCOMPARE(maintenance.status, 503);
         QCOMPARE(maintenance.json().value(u"error"_s), u"huolto"_s);
         QCOMPARE(call("GET", u"/health"_s).status, 200);
@@ -294,15 +270,16 @@ private Q_SLOTS:
         QCOMPARE(call("POST", u"/_control/refuse"_s, R"({"status":502,"path":"/health"})").status,
                  200);
         QCOMPARE(call("GET", u"/health"_s).status, 502);
-        const Answer issued = call("POST", u"/_control/issue-token"_s, R"({"subject":"x@y.z"})");
+        const HttpAnswer issued =
+            call("POST", u"/_control/issue-token"_s, R"({"subject":"x@y.z"})");
         QVERIFY(backend().tokens().subjectOf(issued.json().value(u"token"_s).toString()));
         QCOMPARE(call("POST", u"/_control/nonsense"_s, "{}").status, 404);
     }
 
     void theMemoComesAsJsonAndAsAWordDocument() {
         const QString id = createSession().value(u"sessionId"_s).toString();
-        const Answer memo = call("POST", u"/v1/sessions/"_s + id + u"/summary"_s,
-                                 R"({"transcriptSegments":[
+        const HttpAnswer memo = call("POST", u"/v1/sessions/"_s + id + u"/summary"_s,
+                                     R"({"transcriptSegments":[
                                      {"text":"Budjetti hyväksyttiin yksimielisesti.","ts":"2026-03-04T09:15:02Z"},
                                      {"text":"Seuraava kokous pidetään maanantaina.","ts":"2026-03-04T09:16:02Z"}]})");
         QCOMPARE(memo.status, 200);
@@ -314,7 +291,7 @@ private Q_SLOTS:
                     .toString()
                     .contains(u"Budjetti hyväksyttiin"_s));
 
-        const Answer docx = call("GET", u"/v1/sessions/"_s + id + u"/summary/docx"_s);
+        const HttpAnswer docx = call("GET", u"/v1/sessions/"_s + id + u"/summary/docx"_s);
         QCOMPARE(docx.status, 200);
         QVERIFY(docx.body.startsWith("PK\x03\x04"));
     }

@@ -3,6 +3,7 @@
 #include "refbackend/PasswordHash.h"
 #include "refbackend/RefBackend.h"
 #include "support/RefBackendFixture.h"
+#include "support/TestHttp.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -14,43 +15,26 @@
 using namespace Qt::StringLiterals;
 using namespace vesnara;
 using namespace vesnara::refbackend;
-using vesnara::test::RefBackendFixture;
+using namespace vesnara::test;
 
 namespace {
 
 constexpr int kWaitMs = 10000;
 const QByteArray kAdminKey = "hallinta-avain";
 
-struct Answer {
-    int status = 0;
-    QByteArray body;
-    QJsonObject json() const { return QJsonDocument::fromJson(body).object(); }
-};
-
 } // namespace
 
 class RefBackendAuthTest : public QObject {
     Q_OBJECT
 
-    Answer call(const QByteArray& method, const QString& path, const QByteArray& body = {},
-                QList<std::pair<QByteArray, QByteArray>> headers = {}) {
-        QNetworkRequest request(QUrl(backend().baseUrl().toString() + path));
-        request.setRawHeader("X-Vesnara-App-Context", "vesnara-mac");
-        if (!body.isNull())
-            request.setRawHeader("Content-Type", "application/json");
-        for (const auto& [name, value] : headers)
-            request.setRawHeader(name, value);
-        QNetworkReply* reply = m_network.sendCustomRequest(request, method, body);
-        QSignalSpy finished(reply, &QNetworkReply::finished);
-        if (!reply->isFinished() && !finished.wait(kWaitMs))
-            qWarning("request timed out");
-        Answer answer{reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(),
-                      reply->readAll()};
-        reply->deleteLater();
-        return answer;
+    HttpAnswer call(const QByteArray& method, const QString& path, const QByteArray& body = {},
+                    QList<std::pair<QByteArray, QByteArray>> headers = {}) {
+        headers.append(std::pair<QByteArray, QByteArray>("X-Vesnara-App-Context", "vesnara-mac"));
+        return httpCall(m_network, method, QUrl(backend().baseUrl().toString() + path), body,
+                        headers);
     }
 
-    Answer admin(const QByteArray& method, const QString& path, const QByteArray& body = {}) {
+    HttpAnswer admin(const QByteArray& method, const QString& path, const QByteArray& body = {}) {
         return call(method, path, body, {{"X-Admin-Key", kAdminKey}});
     }
 
@@ -123,7 +107,7 @@ private Q_SLOTS:
     }
 
     void wrongPasswordsAndDisabledAccountsAreRefusedInWords() {
-        const Answer wrong =
+        const HttpAnswer wrong =
             call("POST", u"/auth/login"_s, R"({"email":"maija@example.test","password":"väärä"})");
         QCOMPARE(wrong.status, 401);
         QVERIFY(!wrong.json().value(u"detail"_s).toString().isEmpty());
@@ -171,7 +155,7 @@ private Q_SLOTS:
         QCOMPARE(call("GET", u"/admin/users"_s).status, 401);
         QCOMPARE(call("GET", u"/admin/users"_s, {}, {{"X-Admin-Key", "arvaus"}}).status, 401);
 
-        const Answer created =
+        const HttpAnswer created =
             admin("POST", u"/admin/users"_s,
                   R"({"email":"Uusi@Example.test","password":"pw","role":"admin"})");
         QCOMPARE(created.status, 201);
