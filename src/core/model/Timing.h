@@ -25,6 +25,26 @@ struct Timing {
     /// Longest time system audio holds a partial chunk (of at least 20 ms) after its last chunk.
     Duration systemAudioMaxChunkLatency{180};
 
+    // The recording engine
+    /// A start that has not gone live by then gives up (and stops a session it created).
+    Duration startRecordingLimit{30'000};
+    /// A resume whose check has not finished by then returns to the pause.
+    Duration resumeRecordingLimit{12'000};
+    /// Pace of the keep-alive that sends silence while no real audio goes out.
+    Duration audioKeepAliveInterval{900};
+    /// How long the sources may stay dry before the keep-alive sends silence.
+    Duration keepAliveSilenceAfter{1200};
+    Duration transcriptPollInterval{2000};
+    Duration sessionMetaPollInterval{2500};
+    /// The wait after the stop message for the server's last lines.
+    Duration stopFlushWait{1200};
+    /// How long a started microphone may deliver nothing before it counts as dead.
+    Duration microphoneLivenessDelay{4000};
+    /// Refresh of the running pause label.
+    Duration pauseTickerInterval{1000};
+    /// How long a selected pin stays highlighted.
+    Duration pinHighlightDuration{2500};
+
     /// The same timing with every duration multiplied by `factor` (at least 1 ms each).
     Timing scaled(double factor) const {
         const auto scale = [factor](Duration d) {
@@ -39,6 +59,16 @@ struct Timing {
         t.streamReconnectBaseDelay = scale(streamReconnectBaseDelay);
         t.streamReconnectMaxDelay = scale(streamReconnectMaxDelay);
         t.systemAudioMaxChunkLatency = scale(systemAudioMaxChunkLatency);
+        t.startRecordingLimit = scale(startRecordingLimit);
+        t.resumeRecordingLimit = scale(resumeRecordingLimit);
+        t.audioKeepAliveInterval = scale(audioKeepAliveInterval);
+        t.keepAliveSilenceAfter = scale(keepAliveSilenceAfter);
+        t.transcriptPollInterval = scale(transcriptPollInterval);
+        t.sessionMetaPollInterval = scale(sessionMetaPollInterval);
+        t.stopFlushWait = scale(stopFlushWait);
+        t.microphoneLivenessDelay = scale(microphoneLivenessDelay);
+        t.pauseTickerInterval = scale(pauseTickerInterval);
+        t.pinHighlightDuration = scale(pinHighlightDuration);
         return t;
     }
 };

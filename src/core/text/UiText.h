@@ -316,4 +316,64 @@ inline QString hintSttError(const QString& message) {
     return u"STT-virhe: "_s + message;
 }
 
+// Recording
+// Supervision of the sources during a recording: fallbacks, restarts and the pickers.
+inline QString statusMicrophoneSwitchedTo(const QString& name) {
+    return u"Mikrofoni vaihdettu: "_s + name;
+}
+inline QString hintMicrophoneFellBackToStable(const QString& previous, const QString& fallback) {
+    return previous +
+           u" ei tuottanut mikrofonidataa. Vaihdettiin automaattisesti vakaampaan mikrofoniin: "_s +
+           fallback + u'.';
+}
+inline const QString hintMicrophoneLivenessFailedApple =
+    u"Valittu mikrofoni ei tuottanut dataa. Valitse MacBookin oma mikrofoni tai irrota Bluetooth-headset ja kokeile uudelleen."_s;
+inline const QString hintMicrophoneLivenessFailed =
+    u"Valittu mikrofoni ei tuottanut dataa. Valitse tietokoneen oma mikrofoni tai irrota Bluetooth-headset ja kokeile uudelleen."_s;
+inline const QString statusMicrophoneSwitchFailed = u"Mikrofonin vaihto epäonnistui"_s;
+inline const QString statusMicrophoneSwitchFailedNoConnection =
+    u"Mikrofonin vaihto epäonnistui: yhteys puuttuu"_s;
+inline QString hintMicrophoneStartFailed(const QString& description) {
+    return u"Mikrofonin käynnistys epäonnistui: "_s + description;
+}
+inline const QString hintMicrophoneJoinedRecording =
+    u"Mikrofoni liitetty käynnissä olevaan tallennukseen. Odotetaan mikrofonidataa..."_s;
+inline const QString hintMicrophoneSwitchedInRecording =
+    u"Mikrofoni vaihdettu käynnissä olevaan tallennukseen."_s;
+inline const QString hintMicrophoneStillSilentApple =
+    u"Mikrofoni ei edelleenkään tuota dataa. Valitse toinen mikrofoni tai tarkista macOS Microphone -lupa."_s;
+inline const QString hintMicrophoneStillSilent =
+    u"Mikrofoni ei edelleenkään tuota dataa. Valitse toinen mikrofoni tai tarkista järjestelmän ääniasetukset."_s;
+inline QString hintMicrophoneRestartFailed(const QString& description) {
+    return u"Mikrofonin uudelleenkäynnistys epäonnistui: "_s + description;
+}
+inline const QString hintMicrophoneRestarted =
+    u"Mikrofoni käynnistettiin uudelleen. Odotetaan mikrofonidataa..."_s;
+inline const QString hintSystemFallbackNoMicrophonePermission =
+    u"Systeemiääni ei tuottanut dataa eikä mikrofoniin ole lupaa. Anna mikrofonilupa."_s;
+inline QString hintSystemFallbackFailed(const QString& description) {
+    return u"Automaattinen varatila epäonnistui: "_s + description;
+}
+inline const QString hintSystemFallbackActivated =
+    u"Systeemiääni ei tuottanut dataa. Vaihdettu automaattisesti tilaan Mikki + systeemiääni."_s;
+inline const QString selectedBluetoothMicrophone = u"valittu Bluetooth-mikrofoni"_s;
+inline QString statusMicrophoneUpdatedTo(const QString& name) {
+    return u"Mikrofoni päivitetty: "_s + name;
+}
+inline const QString statusMicrophoneUpdated = u"Mikrofoni päivitetty"_s;
+inline QString hintWirelessHeadsetSelected(const QString& name, const QString& fallback) {
+    return name +
+           u" valittu. Jos Vesnara ei saa siitä dataa rinnakkaiskaappauksessa, vaihdetaan automaattisesti vakaampaan mikrofoniin: "_s +
+           fallback + u'.';
+}
+inline const QString statusAddingMicrophone = u"Lisätään mikrofoni tallennukseen..."_s;
+inline const QString statusSwitchingMicrophone = u"Vaihdetaan mikrofonia..."_s;
+inline const QString hintMicrophonePermissionMissingApple =
+    u"Mikrofonilupa puuttuu. Anna lupa macOS-asetuksissa ja kokeile uudelleen."_s;
+inline const QString hintMicrophonePermissionMissing =
+    u"Mikrofonilupa puuttuu. Tarkista järjestelmän ääniasetukset ja kokeile uudelleen."_s;
+inline const QString statusSystemAudioSourceUpdated = u"Systeemiäänen lähde päivitetty"_s;
+inline const QString statusSystemAudioApplicationFilterUpdated =
+    u"Systeemiäänen sovellussuodatin päivitetty"_s;
+
 } // namespace vesnara::UiText

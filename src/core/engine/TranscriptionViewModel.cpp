@@ -1,0 +1,513 @@
+// Construction, derived values and setters of the view model.
+#include "engine/TranscriptionViewModel.h"
+
+#include "audio/MicrophonePermissionSnapshot.h"
+#include "audio/PermissionProbe.h"
+#include "audio/SystemAudioPermissionSnapshot.h"
+#include "backend/WebSocketStreamClient.h"
+#include "engine/SessionMetaRules.h"
+#include "engine/TranscriptText.h"
+#include "model/DeploymentDefaults.h"
+#include "text/UiText.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace vesnara {
+
+namespace {
+
+bool isBlank(const QString& text) {
+    return text.trimmed().isEmpty();
+}
+
+} // namespace
+
+// StoredTask
+
+CancellationToken TranscriptionViewModel::StoredTask::renew() {
+    cancel();
+    m_task.reset();
+    m_source.emplace();
+    return m_source->token();
+}
+
+void TranscriptionViewModel::StoredTask::cancelAndClear() {
+    cancel();
+    m_source.reset();
+    m_task.reset();
+}
+
+void TranscriptionViewModel::StoredTask::cancel() {
+    if (m_source)
+        m_source->cancel();
+}
+
+// Construction
+
+TranscriptionViewModel::TranscriptionViewModel(Dependencies dependencies, QObject* parent)
+    : QObject(parent)
+    , m_timing(dependencies.timing)
+    , m_configStore(dependencies.preferences)
+    , m_historyStore(dependencies.historyDirectory)
+    , m_apiClient(dependencies.transport, dependencies.timing)
+    , m_microphone(dependencies.audioInputBackend)
+    , m_systemAudio(dependencies.systemAudioBackend, dependencies.timing)
+    , m_clipboard(dependencies.clipboard)
+    , m_permissionProbe(std::move(dependencies.permissionProbe))
+    , m_statusText(UiText::statusReadyToStart)
+    , m_microphonePermissionSummary(UiText::microphonePermissionUnchecked)
+    , m_systemAudioPermissionSummary(UiText::systemAudioPermissionUnchecked)
+    , m_memoAIBackendStatus(UiText::memoBackendStatusUnknown)
+    , m_startAttemptID(QUuid::createUuid())
+    , m_resumeAttemptID(QUuid::createUuid()) {
+    STTConfiguration config = m_configStore.load();
+    if (isBlank(config.baseURL))
+        config.baseURL = defaultBackendURL();
+    if (isBlank(config.apiKey))
+        config.apiKey = defaultSharedAPIKey();
+    if (isBlank(config.updateManifestURL))
+        config.updateManifestURL = defaultUpdateManifestURL();
+
+    m_config = config;
+    m_language = config.defaultLanguage;
+    m_sttModel = config.defaultModel;
+    m_selectedInputDeviceID = config.preferredInputDeviceID.value_or(0);
+    m_selectedSystemDisplayID = config.preferredSystemDisplayID.value_or(0);
+    m_selectedSystemApplicationBundleID =
+        config.preferredSystemApplicationBundleID.value_or(QString());
+    m_allowSystemFallback = config.allowSystemFallback;
+    m_mixSettings = config.mixSettings();
+    m_mixedPreset = classifyMixPreset(m_mixSettings);
+
+    m_configStore.save(m_config);
+
+    refreshInputDevices();
+    applyMicrophonePermissionSnapshot();
+    applySystemAudioPermissionSnapshot(std::nullopt);
+    refreshSessionHistory();
+}
+
+TranscriptionViewModel::~TranscriptionViewModel() {
+    // Stopping the sources first guarantees that no capture thread posts to this object while
+    // it is being destroyed.
+    m_microphone.onPCMFrame = {};
+    m_microphone.stop();
+    m_systemAudio.onPCMFrame = {};
+    m_systemAudio.onRawAudioSample = {};
+    m_systemAudio.stop();
+    for (StoredTask* task :
+         {&m_transcriptPollTask, &m_sessionMetaPollTask, &m_audioKeepAliveTask, &m_audioTestTask,
+          &m_microphoneLivenessTask, &m_pauseTickerTask, &m_startRecordingTimeoutTask,
+          &m_resumeRecordingTimeoutTask, &m_pinHighlightTask})
+        task->cancelAndClear();
+    if (m_webSocketClient)
+        m_webSocketClient->disconnect();
+}
+
+void TranscriptionViewModel::applyMicrophonePermissionSnapshot() {
+    if (!m_permissionProbe)
+        return;
+    const auto snapshot = MicrophonePermissionSnapshot::from(m_permissionProbe->microphoneState());
+    const bool changed = m_microphonePermissionSummary != snapshot.summaryText ||
+                         m_microphonePermissionDetails != snapshot.detailText ||
+                         m_isMicrophonePermissionGranted != snapshot.isGranted ||
+                         m_canRequestMicrophonePermissionPrompt != snapshot.canRequestPrompt ||
+                         m_shouldOpenMicrophoneSystemSettings != snapshot.shouldOpenSystemSettings;
+    m_microphonePermissionSummary = snapshot.summaryText;
+    m_microphonePermissionDetails = snapshot.detailText;
+    m_isMicrophonePermissionGranted = snapshot.isGranted;
+    m_canRequestMicrophonePermissionPrompt = snapshot.canRequestPrompt;
+    m_shouldOpenMicrophoneSystemSettings = snapshot.shouldOpenSystemSettings;
+    if (changed)
+        Q_EMIT microphonePermissionChanged();
+}
+
+void TranscriptionViewModel::applySystemAudioPermissionSnapshot(std::optional<bool> probeResult) {
+    if (!m_permissionProbe)
+        return;
+    const auto snapshot = SystemAudioPermissionSnapshot::from(
+        m_permissionProbe->systemAudioPreflight(), probeResult,
+        m_permissionProbe->systemAudioBundleInfo(), m_systemAudio.hasRequestedPermissionThisRun);
+    m_systemAudioPermissionSummary = snapshot.summaryText;
+    m_systemAudioPermissionDetails = snapshot.detailText;
+    m_isSystemAudioPermissionGranted = snapshot.isGranted;
+    m_canRequestSystemAudioPermissionPrompt = snapshot.canRequestPrompt;
+    m_shouldOpenSystemAudioSystemSettings = snapshot.shouldOpenSystemSettings;
+    Q_EMIT systemAudioPermissionChanged();
+}
+
+void TranscriptionViewModel::refreshSessionHistory() {
+    auto list = m_historyStore.list();
+    if (list == m_sessionHistory)
+        return;
+    m_sessionHistory = std::move(list);
+    Q_EMIT sessionHistoryChanged();
+}
+
+// Derived values
+
+bool TranscriptionViewModel::canStart() const {
+    return !m_isStartingRecording && !m_isRecording && !m_isResumingRecording &&
+           !m_isAudioTestRunning;
+}
+
+bool TranscriptionViewModel::canStop() const {
+    return m_isStartingRecording || m_isRecording || m_isResumingRecording;
+}
+
+bool TranscriptionViewModel::canPause() const {
+    return m_isRecording && !m_isPaused && !m_isResumingRecording;
+}
+
+bool TranscriptionViewModel::canResume() const {
+    return m_isRecording && m_isPaused && !m_isResumingRecording;
+}
+
+bool TranscriptionViewModel::canAddPin() const {
+    return m_isRecording && !m_isStartingRecording && !m_isResumingRecording;
+}
+
+bool TranscriptionViewModel::canSave() const {
+    return (!m_segments.isEmpty() || !m_pins.isEmpty()) && !m_isRecording;
+}
+
+bool TranscriptionViewModel::canSummary() const {
+    return !m_segments.isEmpty() && !m_isRecording && !m_sessionId.isEmpty();
+}
+
+QString TranscriptionViewModel::transcriptText() const {
+    return vesnara::transcriptText(m_segments);
+}
+
+qsizetype TranscriptionViewModel::wordCount() const {
+    return vesnara::wordCount(transcriptText());
+}
+
+QList<TranscriptPin> TranscriptionViewModel::pinsSortedByTimestamp() const {
+    QList<TranscriptPin> sorted = m_pins;
+    std::stable_sort(
+        sorted.begin(), sorted.end(),
+        [](const TranscriptPin& a, const TranscriptPin& b) { return a.timestamp < b.timestamp; });
+    return sorted;
+}
+
+QString TranscriptionViewModel::realtimeDiagnosticsLabel() const {
+    RealtimeDiagnostics diagnostics;
+    diagnostics.audioFramesSent = m_audioFramesSent;
+    diagnostics.micFramesSeen = m_micFramesSeen;
+    diagnostics.micAudioPeak = m_micAudioPeak;
+    diagnostics.systemFramesSeen = m_systemFramesSeen;
+    diagnostics.systemAudioPeak = m_systemAudioPeak;
+    diagnostics.lastPartialReceivedAt = m_lastPartialReceivedAt;
+    diagnostics.lastFinalReceivedAt = m_lastFinalReceivedAt;
+    diagnostics.lastSessionMetaReceivedAt = m_lastSessionMetaReceivedAt;
+    diagnostics.mixedLagDropMicChunks = m_mixerQueues.mixedLagDropMicChunks;
+    diagnostics.mixedLagDropSystemChunks = m_mixerQueues.mixedLagDropSystemChunks;
+    return vesnara::realtimeDiagnosticsLabel(diagnostics, Timestamp::now());
+}
+
+QString TranscriptionViewModel::selectedInputDeviceName() const {
+    if (m_selectedInputDeviceID == 0)
+        return UiText::automaticSource;
+    for (const auto& device : m_availableInputDevices) {
+        if (device.id == m_selectedInputDeviceID)
+            return device.name;
+    }
+    return UiText::unknownInputDevice;
+}
+
+bool TranscriptionViewModel::isSelectedInputDeviceVirtual() const {
+    for (const auto& device : m_availableInputDevices) {
+        if (m_selectedInputDeviceID != 0 && device.id == m_selectedInputDeviceID)
+            return device.isVirtual;
+    }
+    return false;
+}
+
+QString TranscriptionViewModel::selectedSystemDisplayName() const {
+    if (m_selectedSystemDisplayID == 0)
+        return UiText::automaticSource;
+    for (const auto& display : m_availableSystemDisplays) {
+        if (display.id == m_selectedSystemDisplayID)
+            return display.name;
+    }
+    return UiText::unknownSystemDisplay;
+}
+
+QString TranscriptionViewModel::micStatusLabel() const {
+    const QString systemName = m_systemAudio.activeSourceName().isEmpty()
+                                   ? UiText::systemAudioSourceFallbackName
+                                   : m_systemAudio.activeSourceName();
+    switch (m_inputMode) {
+    case AudioInputMode::microphone:
+        return selectedInputDeviceName();
+    case AudioInputMode::systemAudio:
+        return systemName;
+    case AudioInputMode::microphoneAndSystem:
+        return selectedInputDeviceName() + u" + "_s + systemName;
+    }
+    return selectedInputDeviceName();
+}
+
+// Constants
+
+QStringList TranscriptionViewModel::availableLanguages() {
+    return {u"fi-FI"_s, u"sv-SE"_s, u"en-US"_s};
+}
+
+QStringList TranscriptionViewModel::availableModels() {
+    return {u"chirp_3"_s, u"long"_s, u"telephony"_s, u"chirp_telephony"_s, u"short"_s};
+}
+
+QString TranscriptionViewModel::defaultBackendURL() {
+    return QString::fromUtf16(DeploymentDefaults::backendURL);
+}
+
+QString TranscriptionViewModel::defaultSharedAPIKey() {
+    return QString::fromUtf16(DeploymentDefaults::sharedAPIKey);
+}
+
+QString TranscriptionViewModel::defaultUpdateManifestURL() {
+    return QString::fromUtf16(DeploymentDefaults::updateManifestURL);
+}
+
+// Public setters
+
+#define VESNARA_ASSIGN_AND_NOTIFY(field, value, signal)                                            \
+    do {                                                                                           \
+        if ((field) == (value))                                                                    \
+            return;                                                                                \
+        (field) = (value);                                                                         \
+        Q_EMIT signal();                                                                           \
+    } while (false)
+
+void TranscriptionViewModel::setLanguage(const QString& language) {
+    VESNARA_ASSIGN_AND_NOTIFY(m_language, language, languageChanged);
+}
+
+void TranscriptionViewModel::setSttModel(const QString& model) {
+    VESNARA_ASSIGN_AND_NOTIFY(m_sttModel, model, sttModelChanged);
+}
+
+void TranscriptionViewModel::setExportFormat(TranscriptExportFormat format) {
+    VESNARA_ASSIGN_AND_NOTIFY(m_exportFormat, format, exportFormatChanged);
+}
+
+void TranscriptionViewModel::setAutoExportEnabled(bool enabled) {
+    VESNARA_ASSIGN_AND_NOTIFY(m_autoExportEnabled, enabled, autoExportEnabledChanged);
+}
+
+void TranscriptionViewModel::setAllowSystemFallback(bool allow) {
+    VESNARA_ASSIGN_AND_NOTIFY(m_allowSystemFallback, allow, allowSystemFallbackChanged);
+}
+
+void TranscriptionViewModel::setSelectedInputDeviceID(quint32 id) {
+    if (m_selectedInputDeviceID == id)
+        return;
+    m_selectedInputDeviceID = id;
+    Q_EMIT selectedInputDeviceIDChanged();
+    Q_EMIT sourceLabelsChanged();
+}
+
+void TranscriptionViewModel::setSelectedSystemDisplayID(quint32 id) {
+    if (m_selectedSystemDisplayID == id)
+        return;
+    m_selectedSystemDisplayID = id;
+    Q_EMIT selectedSystemDisplayIDChanged();
+    Q_EMIT sourceLabelsChanged();
+}
+
+void TranscriptionViewModel::setSelectedSystemApplicationBundleID(const QString& bundleID) {
+    VESNARA_ASSIGN_AND_NOTIFY(m_selectedSystemApplicationBundleID, bundleID,
+                              selectedSystemApplicationBundleIDChanged);
+}
+
+void TranscriptionViewModel::setInputMode(AudioInputMode mode) {
+    if (m_inputMode == mode)
+        return;
+    m_inputMode = mode;
+    Q_EMIT inputModeChanged();
+    Q_EMIT sourceLabelsChanged();
+}
+
+void TranscriptionViewModel::setMixedMicGain(double gain) {
+    VESNARA_ASSIGN_AND_NOTIFY(m_mixSettings.micGain, gain, mixedMicGainChanged);
+}
+
+void TranscriptionViewModel::setMixedSystemGain(double gain) {
+    VESNARA_ASSIGN_AND_NOTIFY(m_mixSettings.systemGain, gain, mixedSystemGainChanged);
+}
+
+void TranscriptionViewModel::setMixedAutoDuckEnabled(bool enabled) {
+    VESNARA_ASSIGN_AND_NOTIFY(m_mixSettings.autoDuckEnabled, enabled, mixedAutoDuckEnabledChanged);
+}
+
+void TranscriptionViewModel::setMixedDuckingStrength(double strength) {
+    VESNARA_ASSIGN_AND_NOTIFY(m_mixSettings.duckingStrength, strength, mixedDuckingStrengthChanged);
+}
+
+void TranscriptionViewModel::setMixedLimiterEnabled(bool enabled) {
+    VESNARA_ASSIGN_AND_NOTIFY(m_mixSettings.limiterEnabled, enabled, mixedLimiterEnabledChanged);
+}
+
+// Private setters
+
+void TranscriptionViewModel::notifyRunStateChanged() {
+    Q_EMIT commandAvailabilityChanged();
+}
+
+void TranscriptionViewModel::setConfig(const STTConfiguration& config) {
+    VESNARA_ASSIGN_AND_NOTIFY(m_config, config, configChanged);
+}
+
+void TranscriptionViewModel::setMixSettings(const MixSettings& settings) {
+    setMixedMicGain(settings.micGain);
+    setMixedSystemGain(settings.systemGain);
+    setMixedAutoDuckEnabled(settings.autoDuckEnabled);
+    setMixedDuckingStrength(settings.duckingStrength);
+    setMixedLimiterEnabled(settings.limiterEnabled);
+}
+
+void TranscriptionViewModel::setMixedPreset(MixPreset preset) {
+    VESNARA_ASSIGN_AND_NOTIFY(m_mixedPreset, preset, mixedPresetChanged);
+}
+
+void TranscriptionViewModel::setIsRecording(bool value) {
+    if (m_isRecording == value)
+        return;
+    m_isRecording = value;
+    Q_EMIT isRecordingChanged();
+    notifyRunStateChanged();
+}
+
+void TranscriptionViewModel::setIsStartingRecording(bool value) {
+    if (m_isStartingRecording == value)
+        return;
+    m_isStartingRecording = value;
+    Q_EMIT isStartingRecordingChanged();
+    notifyRunStateChanged();
+}
+
+void TranscriptionViewModel::setIsResumingRecording(bool value) {
+    if (m_isResumingRecording == value)
+        return;
+    m_isResumingRecording = value;
+    Q_EMIT isResumingRecordingChanged();
+    notifyRunStateChanged();
+}
+
+void TranscriptionViewModel::setIsPaused(bool value) {
+    if (m_isPaused == value)
+        return;
+    m_isPaused = value;
+    Q_EMIT isPausedChanged();
+    notifyRunStateChanged();
+}
+
+void TranscriptionViewModel::setStatusText(const QString& text) {
+    VESNARA_ASSIGN_AND_NOTIFY(m_statusText, text, statusTextChanged);
+}
+
+void TranscriptionViewModel::setPauseElapsedLabel(const QString& label) {
+    VESNARA_ASSIGN_AND_NOTIFY(m_pauseElapsedLabel, label, pauseElapsedLabelChanged);
+}
+
+void TranscriptionViewModel::setDiagnosticHint(const QString& hint) {
+    VESNARA_ASSIGN_AND_NOTIFY(m_diagnosticHint, hint, diagnosticHintChanged);
+}
+
+void TranscriptionViewModel::setFallbackNoticeVisible(bool visible) {
+    VESNARA_ASSIGN_AND_NOTIFY(m_fallbackNoticeVisible, visible, fallbackNoticeVisibleChanged);
+}
+
+void TranscriptionViewModel::setInterimText(const QString& text) {
+    VESNARA_ASSIGN_AND_NOTIFY(m_interimText, text, interimTextChanged);
+}
+
+void TranscriptionViewModel::setSegments(QList<TranscriptSegment> segments) {
+    if (m_segments == segments)
+        return;
+    m_segments = std::move(segments);
+    Q_EMIT segmentsChanged();
+    notifyRunStateChanged();
+}
+
+void TranscriptionViewModel::setPins(QList<TranscriptPin> pins) {
+    if (m_pins == pins)
+        return;
+    m_pins = std::move(pins);
+    Q_EMIT pinsChanged();
+    notifyRunStateChanged();
+}
+
+void TranscriptionViewModel::setSelectedPinId(std::optional<QUuid> id) {
+    VESNARA_ASSIGN_AND_NOTIFY(m_selectedPinId, id, selectedPinIdChanged);
+}
+
+void TranscriptionViewModel::setHighlightedPinId(std::optional<QUuid> id) {
+    VESNARA_ASSIGN_AND_NOTIFY(m_highlightedPinId, id, highlightedPinIdChanged);
+}
+
+void TranscriptionViewModel::setSessionId(const QString& id) {
+    if (m_sessionId == id)
+        return;
+    m_sessionId = id;
+    Q_EMIT sessionIdChanged();
+    notifyRunStateChanged();
+}
+
+void TranscriptionViewModel::setAudioFramesSent(qint64 frames) {
+    if (m_audioFramesSent == frames)
+        return;
+    m_audioFramesSent = frames;
+    Q_EMIT audioFramesSentChanged();
+    Q_EMIT realtimeDiagnosticsChanged();
+}
+
+void TranscriptionViewModel::setOutgoingAudioLevel(double level) {
+    VESNARA_ASSIGN_AND_NOTIFY(m_outgoingAudioLevel, level, outgoingAudioLevelChanged);
+}
+
+void TranscriptionViewModel::setOutgoingAudioPeak(double peak) {
+    VESNARA_ASSIGN_AND_NOTIFY(m_outgoingAudioPeak, peak, outgoingAudioPeakChanged);
+}
+
+void TranscriptionViewModel::setLastPartialReceivedAt(std::optional<Timestamp> at) {
+    if (m_lastPartialReceivedAt == at)
+        return;
+    m_lastPartialReceivedAt = at;
+    Q_EMIT lastPartialReceivedAtChanged();
+    Q_EMIT realtimeDiagnosticsChanged();
+}
+
+void TranscriptionViewModel::setLastFinalReceivedAt(std::optional<Timestamp> at) {
+    if (m_lastFinalReceivedAt == at)
+        return;
+    m_lastFinalReceivedAt = at;
+    Q_EMIT lastFinalReceivedAtChanged();
+    Q_EMIT realtimeDiagnosticsChanged();
+}
+
+void TranscriptionViewModel::setShowSystemAudioPermissionHelp(bool value) {
+    VESNARA_ASSIGN_AND_NOTIFY(m_showSystemAudioPermissionHelp, value,
+                              showSystemAudioPermissionHelpChanged);
+}
+
+void TranscriptionViewModel::setShouldSuggestSystemAudioRelaunch(bool value) {
+    VESNARA_ASSIGN_AND_NOTIFY(m_shouldSuggestSystemAudioRelaunch, value,
+                              shouldSuggestSystemAudioRelaunchChanged);
+}
+
+void TranscriptionViewModel::setAvailableInputDevices(QList<AudioInputDeviceOption> devices) {
+    if (m_availableInputDevices == devices)
+        return;
+    m_availableInputDevices = std::move(devices);
+    Q_EMIT availableInputDevicesChanged();
+    Q_EMIT sourceLabelsChanged();
+}
+
+#undef VESNARA_ASSIGN_AND_NOTIFY
+
+} // namespace vesnara

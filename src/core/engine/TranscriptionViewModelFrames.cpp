@@ -1,0 +1,124 @@
+// The outgoing audio path: frames of the sources hop from their capture threads to the main
+// thread, are counted and measured, pass through the mixer queues in mixed mode, and leave
+// through the stream client.
+#include "engine/TranscriptionViewModel.h"
+
+#include "audio/PcmLevel.h"
+#include "backend/WebSocketStreamClient.h"
+#include "engine/RecordingStatusText.h"
+#include "storage/AppLog.h"
+
+#include <QMetaObject>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace vesnara {
+
+std::function<void(QByteArray)>
+TranscriptionViewModel::makeFrameHook(FrameSource source, AudioInputMode mode,
+                                      WebSocketStreamClient* wsClient) {
+    const quint64 generation = m_captureGeneration;
+    const QPointer<WebSocketStreamClient> client(wsClient);
+    // The route is read when the frame arrives, not fixed in the hook: a capture keeps the hook
+    // it started with, and a source can be rewired for mixing while it runs.
+    (source == FrameSource::microphone ? m_microphoneRoute : m_systemRoute) = mode;
+    // Runs on a capture thread: it only posts the frame. The captures are stopped before this
+    // object dies, so `this` is alive whenever a hook runs; the queued call is dropped if the
+    // object goes before it is delivered.
+    return [this, generation, client, source](QByteArray frame) {
+        QMetaObject::invokeMethod(
+            this,
+            [this, generation, client, source, frame = std::move(frame)] {
+                if (generation != m_captureGeneration || !client)
+                    return;
+                handleSourceFrame(source, frame, client);
+            },
+            Qt::QueuedConnection);
+    };
+}
+
+void TranscriptionViewModel::installFrameHooks(AudioInputMode mode,
+                                               WebSocketStreamClient* wsClient) {
+    if (usesMicrophone(mode))
+        m_microphone.onPCMFrame = makeFrameHook(FrameSource::microphone, mode, wsClient);
+    if (usesSystemAudio(mode)) {
+        m_systemAudio.onPCMFrame = makeFrameHook(FrameSource::systemAudio, mode, wsClient);
+        const quint64 generation = m_captureGeneration;
+        m_systemAudio.onRawAudioSample = [this, generation] {
+            QMetaObject::invokeMethod(
+                this,
+                [this, generation] {
+                    if (generation == m_captureGeneration)
+                        ++m_systemRawSamplesSeen;
+                },
+                Qt::QueuedConnection);
+        };
+    }
+}
+
+void TranscriptionViewModel::handleSourceFrame(FrameSource source, const QByteArray& frame,
+                                               WebSocketStreamClient* wsClient) {
+    const AudioInputMode mode =
+        source == FrameSource::microphone ? m_microphoneRoute : m_systemRoute;
+    const double level = estimatePCM16Level(frame);
+    if (source == FrameSource::microphone) {
+        ++m_micFramesSeen;
+        m_micAudioLevel = level;
+        m_micAudioPeak = std::max(m_micAudioPeak, level);
+    } else {
+        ++m_systemFramesSeen;
+        m_systemAudioLevel = level;
+        m_systemAudioPeak = std::max(m_systemAudioPeak, level);
+    }
+    if (mode != AudioInputMode::microphoneAndSystem) {
+        handleOutgoingPCMFrame(frame, wsClient);
+        return;
+    }
+    if (source == FrameSource::microphone)
+        m_mixerQueues.pendingMicChunks.append(frame);
+    else
+        m_mixerQueues.pendingSystemChunks.append(frame);
+    trimMixedBacklogIfNeeded();
+    drainMixedFrames(wsClient);
+}
+
+void TranscriptionViewModel::handleOutgoingPCMFrame(const QByteArray& frame,
+                                                    WebSocketStreamClient* wsClient) {
+    const bool paused = m_isPaused;
+    wsClient->sendAudio(paused ? QByteArray(frame.size(), '\0') : frame);
+    const double level = paused ? 0.0 : estimatePCM16Level(frame);
+
+    m_lastLocalAudioAt = Timestamp::now();
+    setAudioFramesSent(m_audioFramesSent + 1);
+    setOutgoingAudioLevel(level);
+    setOutgoingAudioPeak(std::max(m_outgoingAudioPeak, level));
+    if (const auto status = statusTextAfterOutgoingFrame(m_audioFramesSent, level, m_isRecording,
+                                                         m_isPaused, !m_segments.isEmpty()))
+        setStatusText(*status);
+}
+
+void TranscriptionViewModel::drainMixedFrames(WebSocketStreamClient* wsClient) {
+    const QList<QByteArray> frames = vesnara::drainMixedFrames(m_mixerQueues, m_mixSettings);
+    for (const QByteArray& frame : frames) {
+        // Sending may end the recording through a stream event handled later, never in here.
+        handleOutgoingPCMFrame(frame, wsClient);
+    }
+}
+
+void TranscriptionViewModel::trimMixedBacklogIfNeeded() {
+    const MixedBacklogTrim trim = vesnara::trimMixedBacklogIfNeeded(m_mixerQueues);
+    if (trim.micDropped > 0) {
+        AppLog::write(u"mixed backlog trim mic dropped=%1 remaining=%2"_s.arg(trim.micDropped)
+                          .arg(trim.micRemaining));
+    }
+    if (trim.systemDropped > 0) {
+        AppLog::write(u"mixed backlog trim system dropped=%1 remaining=%2"_s.arg(trim.systemDropped)
+                          .arg(trim.systemRemaining));
+    }
+    if (trim.micDropped > 0 || trim.systemDropped > 0)
+        Q_EMIT realtimeDiagnosticsChanged();
+}
+
+} // namespace vesnara

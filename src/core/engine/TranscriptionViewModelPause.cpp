@@ -1,0 +1,206 @@
+// Pause and resume, the running pause label, and the end of a recording that the server or
+// the connection ended.
+#include "engine/TranscriptionViewModel.h"
+
+#include "backend/WebSocketStreamClient.h"
+#include "engine/EmptyResultDiagnosis.h"
+#include "engine/PauseRules.h"
+#include "engine/RemoteSessionStop.h"
+#include "storage/AppLog.h"
+#include "text/UiText.h"
+
+using namespace Qt::StringLiterals;
+
+namespace vesnara {
+
+void TranscriptionViewModel::pauseRecording() {
+    if (!m_isRecording || m_isPaused || m_isResumingRecording)
+        return;
+    m_resumeRecordingTimeoutTask.cancelAndClear();
+    m_resumeAttemptID = QUuid::createUuid();
+    setIsResumingRecording(false);
+    setIsPaused(true);
+    setStatusText(UiText::statusPaused);
+    startPauseTracking();
+    setDiagnosticHint(UiText::hintRecordingPaused);
+    AppLog::write(u"recording paused session=%1 capture=muted"_s.arg(m_sessionId));
+}
+
+void TranscriptionViewModel::resumeRecording() {
+    if (!m_isRecording || !m_isPaused || m_isResumingRecording)
+        return;
+    if (!m_webSocketClient) {
+        setStatusText(UiText::statusResumeFailedNoConnection);
+        setIsRecording(false);
+        setIsResumingRecording(false);
+        setIsPaused(false);
+        stopPauseTracking();
+        return;
+    }
+    setStatusText(UiText::statusResuming);
+    setIsResumingRecording(true);
+    m_resumeAttemptID = QUuid::createUuid();
+    scheduleResumeRecordingTimeout(m_resumeAttemptID);
+    runResumeAttempt(m_resumeAttemptID, m_sessionId, m_config, m_apiClient, m_webSocketClient);
+}
+
+QCoro::Task<> TranscriptionViewModel::runResumeAttempt(QUuid attemptID, QString sessionId,
+                                                       STTConfiguration config,
+                                                       STTAPIClient apiClient,
+                                                       QPointer<WebSocketStreamClient> wsClient) {
+    const QPointer<TranscriptionViewModel> self(this);
+    std::optional<SessionMetaResponse> meta;
+    if (!sessionId.isEmpty()) {
+        try {
+            meta = co_await apiClient.getSessionMeta(config, sessionId);
+        } catch (...) {
+            // No answer counts as no information: the stream's state alone decides.
+        }
+    }
+    if (!self || m_resumeAttemptID != attemptID || !m_isRecording || !m_isPaused)
+        co_return;
+
+    switch (resumeCheckOutcome(meta, wsClient && wsClient->isActive())) {
+    case ResumeCheckOutcome::sessionEnded:
+        m_resumeRecordingTimeoutTask.cancelAndClear();
+        handleRemoteSessionStopped(meta, RemoteStopReason::resumeMetaStopped);
+        co_return;
+    case ResumeCheckOutcome::streamNotRunning:
+        m_resumeRecordingTimeoutTask.cancelAndClear();
+        handleRemoteSessionStopped(std::nullopt, RemoteStopReason::resumeStreamInactive);
+        co_return;
+    case ResumeCheckOutcome::resume:
+        break;
+    }
+    m_resumeRecordingTimeoutTask.cancelAndClear();
+    m_resumeAttemptID = QUuid::createUuid();
+    setIsResumingRecording(false);
+    setIsPaused(false);
+    stopPauseTracking();
+    setDiagnosticHint({});
+    setListeningStatus(m_inputMode);
+    AppLog::write(u"recording resumed session=%1 mode=%2 capture=unmuted"_s.arg(
+        m_sessionId, rawValue(m_inputMode)));
+}
+
+void TranscriptionViewModel::scheduleResumeRecordingTimeout(QUuid attemptID) {
+    const CancellationToken token = m_resumeRecordingTimeoutTask.renew();
+    m_resumeRecordingTimeoutTask.hold(resumeRecordingTimeout(attemptID, token));
+}
+
+QCoro::Task<> TranscriptionViewModel::resumeRecordingTimeout(QUuid attemptID,
+                                                             CancellationToken token) {
+    const QPointer<TranscriptionViewModel> self(this);
+    const bool slept = co_await sleepFor(m_timing.resumeRecordingLimit, token);
+    if (!slept || token.isCancelled() || !self)
+        co_return;
+    if (m_resumeAttemptID != attemptID || !m_isRecording || !m_isPaused)
+        co_return;
+    m_resumeAttemptID = QUuid::createUuid();
+    setIsResumingRecording(false);
+    setStatusText(UiText::statusResumeTimedOut);
+    setDiagnosticHint(UiText::hintResumeTimedOut);
+    AppLog::write(
+        u"resumeRecording timeout session=%1 mode=%2"_s.arg(m_sessionId, rawValue(m_inputMode)));
+}
+
+// Pause tracking
+
+void TranscriptionViewModel::startPauseTracking() {
+    if (!m_isPaused)
+        return;
+    m_pauseStartedAt = Timestamp::now();
+    updatePauseElapsedLabel();
+    const CancellationToken token = m_pauseTickerTask.renew();
+    m_pauseTickerTask.hold(pauseTickerLoop(token));
+}
+
+QCoro::Task<> TranscriptionViewModel::pauseTickerLoop(CancellationToken token) {
+    const QPointer<TranscriptionViewModel> self(this);
+    const auto interval = m_timing.pauseTickerInterval;
+    while (!token.isCancelled()) {
+        if (!co_await sleepFor(interval, token) || !self)
+            co_return;
+        if (m_isPaused)
+            updatePauseElapsedLabel();
+    }
+}
+
+void TranscriptionViewModel::updatePauseElapsedLabel() {
+    if (!m_isPaused) {
+        setPauseElapsedLabel({});
+        return;
+    }
+    setPauseElapsedLabel(pauseDurationLabel(
+        pauseElapsedSeconds(m_accumulatedPausedDuration, m_pauseStartedAt, Timestamp::now())));
+}
+
+void TranscriptionViewModel::stopPauseTracking() {
+    if (m_pauseStartedAt)
+        m_accumulatedPausedDuration += Timestamp::now().secondsSince(*m_pauseStartedAt);
+    m_pauseStartedAt.reset();
+    m_pauseTickerTask.cancelAndClear();
+    setPauseElapsedLabel({});
+}
+
+void TranscriptionViewModel::resetPauseTracking() {
+    m_accumulatedPausedDuration = 0.0;
+    m_pauseStartedAt.reset();
+    m_pauseTickerTask.cancelAndClear();
+    setPauseElapsedLabel({});
+}
+
+// Remote stop
+
+void TranscriptionViewModel::handleRemoteSessionStopped(
+    std::optional<SessionMetaResponse> sessionMeta, const QString& reason) {
+    if (!m_isStartingRecording && !m_isRecording && !m_isResumingRecording)
+        return;
+    const QString status = sessionMeta && sessionMeta->status ? *sessionMeta->status : u"unknown"_s;
+    AppLog::write(u"remote session stopped reason=%1 session=%2 status=%3"_s.arg(
+        reason, m_sessionId, status));
+    const QString sessionId = m_sessionId;
+    const STTConfiguration config = m_config;
+
+    m_startAttemptID = QUuid::createUuid();
+    m_resumeAttemptID = QUuid::createUuid();
+    m_startRecordingTimeoutTask.cancelAndClear();
+    m_resumeRecordingTimeoutTask.cancelAndClear();
+    setIsStartingRecording(false);
+    setIsRecording(false);
+    setIsResumingRecording(false);
+    setIsPaused(false);
+    stopPauseTracking();
+    deactivateLiveCapture();
+    releaseStreamClient();
+    m_audioKeepAliveTask.cancelAndClear();
+    m_microphoneLivenessTask.cancelAndClear();
+    m_transcriptPollTask.cancelAndClear();
+    m_sessionMetaPollTask.cancelAndClear();
+    setStatusText(remoteStopStatusText(reason));
+    setDiagnosticHint(UiText::hintSessionClosedByServer);
+    if (!sessionId.isEmpty())
+        fetchTranscriptAfterRemoteStop(sessionId, config, m_apiClient, std::move(sessionMeta));
+}
+
+QCoro::Task<> TranscriptionViewModel::fetchTranscriptAfterRemoteStop(
+    QString sessionId, STTConfiguration config, STTAPIClient apiClient,
+    std::optional<SessionMetaResponse> sessionMeta) {
+    const QPointer<TranscriptionViewModel> self(this);
+    std::optional<ServerTranscriptResponse> transcript;
+    try {
+        transcript = co_await apiClient.getTranscript(config, sessionId);
+    } catch (...) {
+        co_return;
+    }
+    if (!self)
+        co_return;
+    mergePolledSegments(transcript->segments);
+    if (!sessionMeta)
+        co_return;
+    if (const auto hint =
+            emptyResultHintAfterRemoteStop(m_segments.size(), *sessionMeta, m_inputMode))
+        setDiagnosticHint(*hint);
+}
+
+} // namespace vesnara

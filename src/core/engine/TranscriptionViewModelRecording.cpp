@@ -1,0 +1,375 @@
+// The start of a recording: the start command and its attempt, the start limit, the sources of
+// each input mode, the listening status and the keep-alive.
+#include "engine/TranscriptionViewModel.h"
+
+#include "audio/MicrophoneCaptureError.h"
+#include "audio/MicrophonePermissionSnapshot.h"
+#include "audio/SystemAudioCaptureError.h"
+#include "backend/APIClientError.h"
+#include "backend/HttpTransport.h"
+#include "backend/STTSessionCreateRequest.h"
+#include "backend/WebSocketStreamClient.h"
+#include "engine/RecordingStatusText.h"
+#include "model/JsonReader.h"
+#include "storage/AppLog.h"
+#include "text/UiText.h"
+
+using namespace Qt::StringLiterals;
+
+namespace vesnara {
+
+namespace {
+
+/// The text the user sees for a failed start.
+QString errorDescription(const std::exception_ptr& error) {
+    try {
+        std::rethrow_exception(error);
+    } catch (const APIClientError& e) {
+        return e.description();
+    } catch (const TransportError& e) {
+        return e.description();
+    } catch (const MicrophoneCaptureError& e) {
+        return e.description();
+    } catch (const SystemAudioCaptureError& e) {
+        return e.description();
+    } catch (const JsonDecodeError&) {
+        return UiText::backendInvalidResponse;
+    } catch (const std::exception& e) {
+        return QString::fromUtf8(e.what());
+    } catch (...) {
+    }
+    return UiText::backendInvalidResponse;
+}
+
+QCoro::Task<> stopSessionQuietly(STTAPIClient apiClient, STTConfiguration config,
+                                 QString sessionId) {
+    co_await apiClient.stopSession(std::move(config), std::move(sessionId));
+}
+
+std::optional<quint32> nonZero(quint32 id) {
+    return id == 0 ? std::nullopt : std::optional(id);
+}
+
+} // namespace
+
+void TranscriptionViewModel::startRecording() {
+    if (m_isStartingRecording || m_isRecording)
+        return;
+    if (m_isAudioTestRunning) {
+        setStatusText(UiText::statusWaitForAudioTest);
+        return;
+    }
+    setStatusText(UiText::statusConnecting);
+    setIsStartingRecording(true);
+    setIsResumingRecording(false);
+    setInterimText({});
+
+    setSegments({});
+    setPins({});
+    setSelectedPinId(std::nullopt);
+    setHighlightedPinId(std::nullopt);
+    m_pinHighlightTask.cancelAndClear();
+    m_knownSegmentKeys.clear();
+
+    m_transcriptPollTask.cancelAndClear();
+    m_sessionMetaPollTask.cancelAndClear();
+    m_audioKeepAliveTask.cancelAndClear();
+    m_audioTestTask.cancelAndClear();
+
+    setSessionId({});
+    resetRunFigures();
+
+    resetPauseTracking();
+    m_resumeRecordingTimeoutTask.cancelAndClear();
+    m_resumeAttemptID = QUuid::createUuid();
+
+    setLastPartialReceivedAt(std::nullopt);
+    setLastFinalReceivedAt(std::nullopt);
+    if (m_lastSessionMetaReceivedAt) {
+        m_lastSessionMetaReceivedAt.reset();
+        Q_EMIT lastSessionMetaReceivedAtChanged();
+    }
+    m_recordingStartedAt = Timestamp::now();
+
+    m_startRecordingTimeoutTask.cancelAndClear();
+    m_startAttemptID = QUuid::createUuid();
+    const QUuid attemptID = m_startAttemptID;
+
+    const StableInputSelection selection = stableInputDeviceSelection(m_selectedInputDeviceID);
+    if (selection.deviceID != m_selectedInputDeviceID) {
+        setSelectedInputDeviceID(selection.deviceID);
+        STTConfiguration config = m_config;
+        config.preferredInputDeviceID = nonZero(selection.deviceID);
+        setConfig(config);
+        m_configStore.save(m_config);
+    }
+    if (selection.diagnosticText)
+        setDiagnosticHint(*selection.diagnosticText);
+
+    AppLog::write(u"startRecording mode=%1 language=%2 model=%3"_s.arg(rawValue(m_inputMode),
+                                                                       m_language, m_sttModel));
+    scheduleStartRecordingTimeout(attemptID, m_config, m_apiClient);
+    // The attempt runs on by itself; its handle is not kept, like the product's one-shot start.
+    runStartAttempt(attemptID, m_config, m_apiClient, m_language, m_sttModel, m_inputMode,
+                    m_selectedSystemDisplayID, m_selectedSystemApplicationBundleID);
+}
+
+QCoro::Task<> TranscriptionViewModel::runStartAttempt(QUuid attemptID, STTConfiguration config,
+                                                      STTAPIClient apiClient, QString language,
+                                                      QString sttModel, AudioInputMode mode,
+                                                      quint32 systemDisplayID,
+                                                      QString systemApplicationBundleID) {
+    const QPointer<TranscriptionViewModel> self(this);
+    const auto isStale = [&self, attemptID] {
+        return !self || self->m_startAttemptID != attemptID;
+    };
+    std::exception_ptr failure;
+
+    try {
+        co_await ensurePermissionsForMode(mode);
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (failure) {
+        if (self)
+            self->handleStartFailure(attemptID, failure);
+        co_return;
+    }
+    if (isStale())
+        co_return;
+
+    STTSessionCreateRequest request;
+    request.language = language;
+    request.sttModel = sttModel;
+    std::optional<STTSessionCreateResponse> created;
+    try {
+        created = co_await apiClient.createSession(config, request);
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (failure) {
+        if (self)
+            self->handleStartFailure(attemptID, failure);
+        co_return;
+    }
+    if (isStale()) {
+        co_await apiClient.stopSession(config, created->sessionId);
+        co_return;
+    }
+
+    setSessionId(created->sessionId);
+    AppLog::write(u"session created id=%1"_s.arg(created->sessionId));
+
+    QString wsURL = created->wsUrl;
+    if (wsURL.startsWith(u"ws://"_s) && config.baseURL.startsWith(u"https://"_s))
+        wsURL = u"wss://"_s + wsURL.mid(5);
+    QPointer<WebSocketStreamClient> client = new WebSocketStreamClient(m_timing, this);
+    try {
+        client->connect(wsURL, language, sttModel, [self](const StreamEvent& event) {
+            // The client calls from the event loop, never from inside its own methods.
+            if (self)
+                self->handleStreamEvent(event);
+        });
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (failure) {
+        disposeStreamClient(client);
+        handleStartFailure(attemptID, failure);
+        co_return;
+    }
+    m_webSocketClient = client;
+
+    try {
+        activateLiveCapture(mode, client, m_selectedInputDeviceID, systemDisplayID,
+                            systemApplicationBundleID);
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (failure) {
+        handleStartFailure(attemptID, failure);
+        co_return;
+    }
+
+    m_startRecordingTimeoutTask.cancelAndClear();
+    setIsStartingRecording(false);
+    setIsRecording(true);
+    setIsResumingRecording(false);
+    setIsPaused(false);
+    setListeningStatus(mode);
+    startAudioKeepAlive(client);
+    scheduleMicrophoneLivenessCheck(mode, client, u"start"_s);
+    startTranscriptPolling(m_sessionId, config, apiClient);
+    startSessionMetaPolling(m_sessionId, config, apiClient);
+}
+
+void TranscriptionViewModel::handleStartFailure(QUuid attemptID, std::exception_ptr error) {
+    try {
+        std::rethrow_exception(error);
+    } catch (const SystemAudioCaptureError& e) {
+        handleSystemAudioPermissionError(e);
+    } catch (const MicrophoneCaptureError&) {
+        applyMicrophonePermissionSnapshot();
+    } catch (...) {
+    }
+    if (m_startAttemptID != attemptID)
+        return;
+
+    m_startRecordingTimeoutTask.cancelAndClear();
+    m_startAttemptID = QUuid::createUuid();
+    const QString description = errorDescription(error);
+    AppLog::write(u"startRecording failed error=%1"_s.arg(description));
+    setStatusText(description);
+    setIsStartingRecording(false);
+    setIsRecording(false);
+    setIsResumingRecording(false);
+    setIsPaused(false);
+    deactivateLiveCapture();
+    releaseStreamClient();
+    m_audioKeepAliveTask.cancelAndClear();
+    m_microphoneLivenessTask.cancelAndClear();
+}
+
+void TranscriptionViewModel::scheduleStartRecordingTimeout(QUuid attemptID, STTConfiguration config,
+                                                           STTAPIClient apiClient) {
+    const CancellationToken token = m_startRecordingTimeoutTask.renew();
+    m_startRecordingTimeoutTask.hold(
+        startRecordingTimeout(attemptID, std::move(config), std::move(apiClient), token));
+}
+
+QCoro::Task<> TranscriptionViewModel::startRecordingTimeout(QUuid attemptID,
+                                                            STTConfiguration config,
+                                                            STTAPIClient apiClient,
+                                                            CancellationToken token) {
+    const QPointer<TranscriptionViewModel> self(this);
+    const bool slept = co_await sleepFor(m_timing.startRecordingLimit, token);
+    if (!slept || token.isCancelled() || !self)
+        co_return;
+    if (m_startAttemptID != attemptID || m_isRecording)
+        co_return;
+
+    const QString sessionId = m_sessionId;
+    m_startAttemptID = QUuid::createUuid();
+    setStatusText(UiText::statusStartTimedOut);
+    setDiagnosticHint(UiText::hintStartTimedOut);
+    setIsStartingRecording(false);
+    setIsResumingRecording(false);
+    setIsRecording(false);
+    setIsPaused(false);
+    deactivateLiveCapture();
+    releaseStreamClient();
+    m_audioKeepAliveTask.cancelAndClear();
+    m_microphoneLivenessTask.cancelAndClear();
+    m_transcriptPollTask.cancelAndClear();
+    m_sessionMetaPollTask.cancelAndClear();
+    if (!sessionId.isEmpty())
+        stopSessionInBackground(apiClient, config, sessionId);
+}
+
+void TranscriptionViewModel::stopSessionInBackground(STTAPIClient apiClient,
+                                                     STTConfiguration config, QString sessionId) {
+    stopSessionQuietly(std::move(apiClient), std::move(config), std::move(sessionId));
+}
+
+QCoro::Task<> TranscriptionViewModel::ensurePermissionsForMode(AudioInputMode mode) {
+    if (!usesMicrophone(mode) || !m_permissionProbe)
+        co_return;
+    // The probe travels with the request, so the request never reaches back into this object.
+    const bool granted = co_await requestMicrophonePermission(m_permissionProbe);
+    if (!granted)
+        throw MicrophoneCaptureError(MicrophoneCaptureError::Kind::permissionDenied);
+}
+
+void TranscriptionViewModel::activateLiveCapture(AudioInputMode mode,
+                                                 WebSocketStreamClient* wsClient,
+                                                 quint32 selectedMicID,
+                                                 quint32 selectedSystemDisplayID,
+                                                 const QString& selectedSystemApplicationBundleID) {
+    if (usesSystemAudio(mode)) {
+        m_systemAudio.preferredDisplayID = nonZero(selectedSystemDisplayID);
+        m_systemAudio.preferredApplicationBundleID =
+            selectedSystemApplicationBundleID.isEmpty()
+                ? std::nullopt
+                : std::optional(selectedSystemApplicationBundleID);
+    } else {
+        m_systemAudio.onRawAudioSample = {};
+    }
+    installFrameHooks(mode, wsClient);
+    if (usesMicrophone(mode)) {
+        m_microphone.preferredInputDeviceID = nonZero(selectedMicID);
+        m_microphone.start();
+    }
+    if (usesSystemAudio(mode)) {
+        m_systemAudio.start();
+        applySystemAudioPermissionSnapshot(true);
+        setShowSystemAudioPermissionHelp(false);
+        setShouldSuggestSystemAudioRelaunch(false);
+    }
+    Q_EMIT sourceLabelsChanged();
+}
+
+void TranscriptionViewModel::deactivateLiveCapture() {
+    m_microphoneLivenessTask.cancelAndClear();
+    m_microphone.onPCMFrame = {};
+    m_microphone.stop();
+    m_systemAudio.onPCMFrame = {};
+    m_systemAudio.onRawAudioSample = {};
+    m_systemAudio.stop();
+    m_mixerQueues.pendingMicChunks.clear();
+    m_mixerQueues.pendingSystemChunks.clear();
+    m_mixerQueues.mixedLagDropMicChunks = 0;
+    m_mixerQueues.mixedLagDropSystemChunks = 0;
+    ++m_captureGeneration;
+    Q_EMIT sourceLabelsChanged();
+}
+
+void TranscriptionViewModel::setListeningStatus(AudioInputMode mode) {
+    const ListeningSourceNames names{m_microphone.activeInputDeviceName(),
+                                     selectedInputDeviceName(), m_systemAudio.activeSourceName()};
+    setStatusText(listeningStatusText(mode, m_isPaused, names));
+}
+
+void TranscriptionViewModel::startAudioKeepAlive(WebSocketStreamClient* wsClient) {
+    const CancellationToken token = m_audioKeepAliveTask.renew();
+    m_audioKeepAliveTask.hold(audioKeepAliveLoop(wsClient, token));
+}
+
+QCoro::Task<> TranscriptionViewModel::audioKeepAliveLoop(QPointer<WebSocketStreamClient> wsClient,
+                                                         CancellationToken token) {
+    const QPointer<TranscriptionViewModel> self(this);
+    const QByteArray silence(3200, '\0');
+    const auto interval = m_timing.audioKeepAliveInterval;
+    const double silenceAfterSeconds =
+        std::chrono::duration<double>(m_timing.keepAliveSilenceAfter).count();
+    while (!token.isCancelled()) {
+        if (!co_await sleepFor(interval, token))
+            co_return;
+        if (!self || !m_isRecording)
+            co_return;
+        if (m_isPaused) {
+            if (wsClient)
+                wsClient->sendAudio(silence);
+            m_lastLocalAudioAt = Timestamp::now();
+            continue;
+        }
+        if (!m_lastLocalAudioAt)
+            continue;
+        if (Timestamp::now().secondsSince(*m_lastLocalAudioAt) > silenceAfterSeconds && wsClient)
+            wsClient->sendAudio(silence);
+    }
+}
+
+void TranscriptionViewModel::releaseStreamClient() {
+    disposeStreamClient(m_webSocketClient);
+    m_webSocketClient = nullptr;
+}
+
+void TranscriptionViewModel::disposeStreamClient(WebSocketStreamClient* client) {
+    if (!client)
+        return;
+    client->disconnect();
+    // Not deleted at once: the client may be the one whose event is being handled.
+    client->deleteLater();
+}
+
+} // namespace vesnara

@@ -1,0 +1,146 @@
+#pragma once
+
+// The view model wired to real parts: the in-process reference backend over loopback, real
+// HTTP and WebSocket clients, preferences in memory, saved sessions in a temporary directory.
+// Only the audio backends and the clipboard are fakes.
+
+#include "backend/HttpTransport.h"
+#include "engine/TranscriptionViewModel.h"
+#include "platform/Clipboard.h"
+#include "refbackend/ScriptedRecognizer.h"
+#include "refbackend/ServerSession.h"
+#include "storage/InMemoryPreferences.h"
+#include "storage/STTConfigurationStore.h"
+#include "support/FakeAudioBackends.h"
+#include "support/RefBackendFixture.h"
+
+#include <QJsonObject>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cmath>
+#include <memory>
+#include <numbers>
+
+namespace vesnara::test {
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+inline constexpr int kEngineWaitMs = 8000;
+
+class FakeClipboard final : public Clipboard {
+public:
+    std::optional<QString> content;
+    std::optional<QString> text() const override { return content; }
+    void setText(const QString& text) override { content = text; }
+};
+
+/// 100 ms of a 48 kHz stereo float tone of `amplitude` (a mean absolute level of about
+/// 2/π × amplitude once converted).
+inline ScriptedAudioBuffer toneBuffer(float amplitude, double frequency = 440.0) {
+    QList<float> samples;
+    samples.reserve(4800 * 2);
+    for (int i = 0; i < 4800; ++i) {
+        const auto value = static_cast<float>(
+            amplitude * std::sin(2.0 * std::numbers::pi * frequency * i / 48000.0));
+        samples << value << value;
+    }
+    return ScriptedAudioBuffer::float32Interleaved(48000, 2, samples);
+}
+
+inline QList<ScriptedAudioBuffer> toneBuffers(int count, float amplitude) {
+    QList<ScriptedAudioBuffer> buffers;
+    for (int i = 0; i < count; ++i)
+        buffers << toneBuffer(amplitude);
+    return buffers;
+}
+
+inline QJsonObject finalEvent(const QString& text, const QString& ts) {
+    return QJsonObject{{u"type"_s, u"final"_s}, {u"text"_s, text}, {u"ts"_s, ts}};
+}
+
+inline QJsonObject partialEvent(const QString& text) {
+    return QJsonObject{{u"type"_s, u"partial"_s}, {u"text"_s, text}};
+}
+
+struct EngineHarness {
+    RefBackendFixture server;
+    InMemoryPreferences preferences;
+    HttpTransport transport;
+    FakeAudioInputBackend microphoneBackend;
+    FakeSystemAudioBackend systemBackend;
+    QTemporaryDir historyDirectory;
+    FakeClipboard clipboard;
+    Timing timing;
+    std::unique_ptr<TranscriptionViewModel> viewModel;
+    /// Every status text and every hint shown, in order.
+    QStringList statuses;
+    QStringList hints;
+
+    /// `keepAliveSilence` false keeps the keep-alive quiet while the sources are dry, so the
+    /// server's frame count is exactly what the sources delivered.
+    explicit EngineHarness(bool keepAliveSilence = false) {
+        microphoneBackend.devices = {{7, u"Sisäinen mikrofoni"_s, AudioTransportKind::builtIn, 1}};
+        microphoneBackend.defaultDeviceId = 7;
+        systemBackend.content.displays = {{3, u"Kaiuttimet"_s}};
+        timing = Timing{}.scaled(0.02);
+        timing.httpRequestLimit = 10s;
+        if (!keepAliveSilence)
+            timing.keepAliveSilenceAfter = 1h;
+        // A microphone left dry would be replaced by the supervision; only its tests want that.
+        timing.microphoneLivenessDelay = 1h;
+        STTConfigurationStore(preferences).save(server.config());
+    }
+
+    TranscriptionViewModel& make() {
+        viewModel = std::make_unique<TranscriptionViewModel>(TranscriptionViewModel::Dependencies{
+            preferences, transport, microphoneBackend, systemBackend, historyDirectory.path(),
+            &clipboard, nullptr, timing});
+        viewModel->updateAuthContext(server.token());
+        QObject::connect(viewModel.get(), &TranscriptionViewModel::statusTextChanged,
+                         viewModel.get(), [this] { statuses << viewModel->statusText(); });
+        QObject::connect(viewModel.get(), &TranscriptionViewModel::diagnosticHintChanged,
+                         viewModel.get(), [this] { hints << viewModel->diagnosticHint(); });
+        return *viewModel;
+    }
+
+    refbackend::RefBackend& backend() { return server.backend(); }
+
+    std::optional<refbackend::ServerSession> session(const QString& id) {
+        return server->session(id);
+    }
+
+    /// Ids of sessions the server was asked to stop, in order.
+    QStringList stoppedSessionIds() {
+        QStringList ids;
+        for (const auto& request : server->requests()) {
+            if (request.path.startsWith(u"/v1/sessions/"_s) && request.path.endsWith(u"/stop"_s))
+                ids << request.path.section(u'/', 3, 3);
+        }
+        return ids;
+    }
+
+    /// Ids of every session the server created, in order.
+    QStringList createdSessionIds() {
+        QStringList ids;
+        for (const auto& request : server->requests()) {
+            if (request.path.startsWith(u"/v1/sessions/"_s))
+                ids << request.path.section(u'/', 3, 3);
+        }
+        ids.removeDuplicates();
+        return ids;
+    }
+
+    int requestCount(const QString& pathEnd) {
+        int count = 0;
+        for (const auto& request : server->requests()) {
+            if (request.path.endsWith(pathEnd))
+                ++count;
+        }
+        return count;
+    }
+};
+
+} // namespace vesnara::test
