@@ -2,11 +2,11 @@
 
 #include "auth/AuthManager.h"
 #include "auth/AuthRequestError.h"
-#include "backend/AwaitTask.h"
 #include "backend/HttpTransport.h"
 #include "model/DeploymentDefaults.h"
 #include "refbackend/RefBackend.h"
 #include "storage/InMemoryPreferences.h"
+#include "support/AwaitTask.h"
 
 #include <QJsonDocument>
 #include <QTcpServer>

@@ -1,4 +1,4 @@
-#include "AwaitTask.h"
+#include "support/AwaitTask.h"
 
 #include "async/CancellationToken.h"
 #include "backend/HttpTransport.h"

@@ -1,12 +1,12 @@
 // One recording's road through both clients and the reference backend: a session is created over
 // REST, a 2-second tone goes out through the stream client, and what the server kept (its meta,
 // its WAV file, its memo as a Word document) is read back.
-#include "backend/AwaitTask.h"
 #include "backend/HttpTransport.h"
 #include "backend/STTAPIClient.h"
 #include "backend/WebSocketStreamClient.h"
 #include "refbackend/ServerSession.h"
 #include "refbackend/WavWriter.h"
+#include "support/AwaitTask.h"
 #include "support/RefBackendFixture.h"
 #include "support/TestAudio.h"
 

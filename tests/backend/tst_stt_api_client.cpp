@@ -1,4 +1,4 @@
-#include "AwaitTask.h"
+#include "support/AwaitTask.h"
 
 #include "backend/APIClientError.h"
 #include "backend/HttpTransport.h"
