@@ -7,6 +7,8 @@ JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 
 export CCACHE_DIR ?= $(HOME)/.cache/ccache
+# Relative paths in the cache key, so fresh clones elsewhere reuse what was compiled before.
+export CCACHE_BASEDIR ?= $(CURDIR)
 
 .PHONY: all setup configure build test test-asan bench run format check-format clean
 
