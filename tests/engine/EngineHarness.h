@@ -94,6 +94,16 @@ struct EngineHarness {
         STTConfigurationStore(preferences).save(server.config());
     }
 
+    // A background step still waiting on the server when a test ends would stay suspended for
+    // good once the event loop stops; let the answers in flight arrive first.
+    ~EngineHarness() {
+        viewModel.reset();
+        static_cast<void>(
+            QTest::qWaitFor([this] { return transport.requestsInFlight() == 0; }, kEngineWaitMs));
+    }
+    EngineHarness(const EngineHarness&) = delete;
+    EngineHarness& operator=(const EngineHarness&) = delete;
+
     TranscriptionViewModel& make() {
         viewModel = std::make_unique<TranscriptionViewModel>(TranscriptionViewModel::Dependencies{
             preferences, transport, microphoneBackend, systemBackend, historyDirectory.path(),

@@ -132,6 +132,13 @@ HttpTransport::~HttpTransport() {
     m_manager.release()->deleteLater();
 }
 
+int HttpTransport::requestsInFlight() const {
+    int running = 0;
+    for (const QNetworkReply* reply : m_manager->findChildren<QNetworkReply*>())
+        running += reply->isRunning() ? 1 : 0;
+    return running;
+}
+
 void HttpTransport::setSendObserver(std::function<void(const HttpRequest&)> observer) {
     m_observer = std::move(observer);
 }

@@ -92,6 +92,9 @@ public:
     /// the call sends nothing.
     QCoro::Task<HttpResponse> send(HttpRequest request, CancellationToken token = {});
 
+    /// Requests sent and not yet answered, failed or aborted.
+    int requestsInFlight() const;
+
     /// Called with every request just before it goes out (for a log or a test).
     void setSendObserver(std::function<void(const HttpRequest&)> observer);
 
