@@ -118,6 +118,18 @@ struct EngineHarness {
 
     refbackend::RefBackend& backend() { return server.backend(); }
 
+    /// Plays `count` chunks of the constant `value` on both sources at once and waits until
+    /// both have played them.
+    void playOnBothSources(int count, float value) {
+        QList<ScriptedAudioBuffer> chunks;
+        for (int i = 0; i < count; ++i)
+            chunks << ScriptedAudioBuffer::constant(48000, 2, 4800, value);
+        microphoneBackend.play(chunks, 5ms);
+        systemBackend.play(chunks, 5ms);
+        microphoneBackend.waitUntilPlayed();
+        systemBackend.waitUntilPlayed();
+    }
+
     std::optional<refbackend::ServerSession> session(const QString& id) {
         return server->session(id);
     }

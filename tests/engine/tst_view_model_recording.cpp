@@ -184,15 +184,7 @@ void TstViewModelRecording::mixedModeSendsTheMixOfBothSources() {
     QVERIFY(h.systemBackend.isCapturing());
 
     // A constant 0.25 converts to the sample 8192 on both sides.
-    QList<ScriptedAudioBuffer> mic, system;
-    for (int i = 0; i < 8; ++i) {
-        mic << ScriptedAudioBuffer::constant(48000, 2, 4800, 0.25f);
-        system << ScriptedAudioBuffer::constant(48000, 2, 4800, 0.25f);
-    }
-    h.microphoneBackend.play(mic, 5ms);
-    h.systemBackend.play(system, 5ms);
-    h.microphoneBackend.waitUntilPlayed();
-    h.systemBackend.waitUntilPlayed();
+    h.playOnBothSources(8, 0.25f);
     QTRY_VERIFY_WITH_TIMEOUT(h.session(id)->audioFrameCount >= 8, kEngineWaitMs);
 
     const QByteArray alone = constantPCM(8192, 1600);

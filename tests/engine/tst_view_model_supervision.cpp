@@ -153,15 +153,7 @@ void TstViewModelSupervision::pickingAMicrophoneAddsItToASystemRecording() {
     QVERIFY(h.microphoneBackend.isRecording());
 
     // Both sources are rewired for mixing: paired chunks leave as one frame.
-    QList<ScriptedAudioBuffer> mic, system;
-    for (int i = 0; i < 4; ++i) {
-        mic << ScriptedAudioBuffer::constant(48000, 2, 4800, 0.25f);
-        system << ScriptedAudioBuffer::constant(48000, 2, 4800, 0.25f);
-    }
-    h.microphoneBackend.play(mic, 5ms);
-    h.systemBackend.play(system, 5ms);
-    h.microphoneBackend.waitUntilPlayed();
-    h.systemBackend.waitUntilPlayed();
+    h.playOnBothSources(4, 0.25f);
     QByteArray alone(3200, Qt::Uninitialized);
     for (int i = 0; i < 1600; ++i)
         qToLittleEndian(qint16(8192), alone.data() + 2 * i);
