@@ -2,17 +2,20 @@
 
 // The view model wired to real parts: the in-process reference backend over loopback, real
 // HTTP and WebSocket clients, preferences in memory, saved sessions in a temporary directory.
-// Only the audio backends and the clipboard are fakes.
+// Only the platform's services are fakes: the audio backends, the clipboard, the desktop and,
+// when a test sets one, the permission probe.
 
 #include "backend/HttpTransport.h"
 #include "engine/TranscriptionViewModel.h"
 #include "platform/Clipboard.h"
+#include "platform/DesktopServices.h"
 #include "refbackend/ScriptedRecognizer.h"
 #include "refbackend/ServerSession.h"
 #include "storage/InMemoryPreferences.h"
 #include "storage/STTConfigurationStore.h"
 #include "support/FakeAudioBackends.h"
 #include "support/RefBackendFixture.h"
+#include "support/ScriptedPermissionProbe.h"
 
 #include <QJsonObject>
 #include <QSignalSpy>
@@ -39,6 +42,30 @@ public:
 
 /// 100 ms of a 48 kHz stereo float tone of `amplitude` (a mean absolute level of about
 /// 2/π × amplitude once converted).
+class FakeDesktopServices final : public DesktopServices {
+public:
+    /// The places that open; every other place fails.
+    QList<SettingsPlace> openablePlaces;
+    /// What `startNewInstance` fails with; nothing means it starts.
+    std::optional<QString> startError;
+    QList<SettingsPlace> openedPlaces;
+    int newInstances = 0;
+    int terminations = 0;
+
+    bool openSettings(SettingsPlace place) override {
+        if (!openablePlaces.contains(place))
+            return false;
+        openedPlaces << place;
+        return true;
+    }
+    std::optional<QString> startNewInstance() override {
+        if (!startError)
+            ++newInstances;
+        return startError;
+    }
+    void terminate() override { ++terminations; }
+};
+
 inline ScriptedAudioBuffer toneBuffer(float amplitude, double frequency = 440.0) {
     QList<float> samples;
     samples.reserve(4800 * 2);
@@ -73,6 +100,9 @@ struct EngineHarness {
     FakeSystemAudioBackend systemBackend;
     QTemporaryDir historyDirectory;
     FakeClipboard clipboard;
+    FakeDesktopServices desktop;
+    /// Set before `make` to run with permissions; without it both sources count as permitted.
+    std::shared_ptr<ScriptedPermissionProbe> permissionProbe;
     Timing timing;
     std::unique_ptr<TranscriptionViewModel> viewModel;
     /// Every status text and every hint shown, in order.
@@ -107,7 +137,7 @@ struct EngineHarness {
     TranscriptionViewModel& make() {
         viewModel = std::make_unique<TranscriptionViewModel>(TranscriptionViewModel::Dependencies{
             preferences, transport, microphoneBackend, systemBackend, historyDirectory.path(),
-            &clipboard, nullptr, timing});
+            &clipboard, permissionProbe, timing, &desktop});
         viewModel->updateAuthContext(server.token());
         QObject::connect(viewModel.get(), &TranscriptionViewModel::statusTextChanged,
                          viewModel.get(), [this] { statuses << viewModel->statusText(); });
@@ -117,6 +147,13 @@ struct EngineHarness {
     }
 
     refbackend::RefBackend& backend() { return server.backend(); }
+
+    /// Starts a recording in `mode` and waits until it is live; false when it did not go live.
+    [[nodiscard]] bool startRecordingIn(AudioInputMode mode) {
+        viewModel->setInputMode(mode);
+        viewModel->startRecording();
+        return QTest::qWaitFor([this] { return viewModel->isRecording(); }, kEngineWaitMs);
+    }
 
     /// Plays `count` chunks of the constant `value` on both sources at once and waits until
     /// both have played them.

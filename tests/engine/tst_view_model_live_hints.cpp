@@ -20,8 +20,7 @@ void TstViewModelLiveHints::silentMicrophoneSaysNoSpeech() {
     EngineHarness h;
     QVERIFY(h.server.isListening());
     auto& vm = h.make();
-    vm.startRecording();
-    QTRY_VERIFY_WITH_TIMEOUT(vm.isRecording(), kEngineWaitMs);
+    QVERIFY(h.startRecordingIn(AudioInputMode::microphone));
     const QString id = vm.sessionId();
 
     QList<ScriptedAudioBuffer> silence;
@@ -45,9 +44,7 @@ void TstViewModelLiveHints::mixedWithoutMicrophoneFramesNamesTheMicrophoneFirst(
     EngineHarness h;
     QVERIFY(h.server.isListening());
     auto& vm = h.make();
-    vm.setInputMode(AudioInputMode::microphoneAndSystem);
-    vm.startRecording();
-    QTRY_VERIFY_WITH_TIMEOUT(vm.isRecording(), kEngineWaitMs);
+    QVERIFY(h.startRecordingIn(AudioInputMode::microphoneAndSystem));
     const QString id = vm.sessionId();
 
     // The microphone delivers nothing; system audio flows alone from its third chunk on, and
@@ -75,9 +72,7 @@ void TstViewModelLiveHints::systemBuffersWithoutPCMAreNamed() {
     EngineHarness h;
     QVERIFY(h.server.isListening());
     auto& vm = h.make();
-    vm.setInputMode(AudioInputMode::systemAudio);
-    vm.startRecording();
-    QTRY_VERIFY_WITH_TIMEOUT(vm.isRecording(), kEngineWaitMs);
+    QVERIFY(h.startRecordingIn(AudioInputMode::systemAudio));
 
     QList<ScriptedAudioBuffer> raw;
     for (int i = 0; i < 5; ++i) {

@@ -138,10 +138,7 @@ void TstViewModelRecording::systemAudioSilenceEndsWithoutTranscriptAndTellsWhy()
     EngineHarness h;
     QVERIFY(h.server.isListening());
     auto& vm = h.make();
-    vm.setInputMode(AudioInputMode::systemAudio);
-
-    vm.startRecording();
-    QTRY_VERIFY_WITH_TIMEOUT(vm.isRecording(), kEngineWaitMs);
+    QVERIFY(h.startRecordingIn(AudioInputMode::systemAudio));
     const QString id = vm.sessionId();
     QVERIFY(vm.statusText().startsWith(UiText::statusListeningTo(u"Kaiuttimet"_s).chopped(1)));
     QVERIFY(h.systemBackend.isCapturing());
@@ -171,10 +168,7 @@ void TstViewModelRecording::mixedModeSendsTheMixOfBothSources() {
     EngineHarness h;
     QVERIFY(h.server.isListening());
     auto& vm = h.make();
-    vm.setInputMode(AudioInputMode::microphoneAndSystem);
-
-    vm.startRecording();
-    QTRY_VERIFY_WITH_TIMEOUT(vm.isRecording(), kEngineWaitMs);
+    QVERIFY(h.startRecordingIn(AudioInputMode::microphoneAndSystem));
     const QString id = vm.sessionId();
     // Mixed mode names the selected microphone as the picker does ("Auto" for none).
     QCOMPARE(vm.statusText(), UiText::statusListeningTo(UiText::automaticSource + u" + "_s +
@@ -215,8 +209,7 @@ void TstViewModelRecording::keepAliveSendsSilenceWhileSourcesAreDry() {
     EngineHarness h(true);
     QVERIFY(h.server.isListening());
     auto& vm = h.make();
-    vm.startRecording();
-    QTRY_VERIFY_WITH_TIMEOUT(vm.isRecording(), kEngineWaitMs);
+    QVERIFY(h.startRecordingIn(AudioInputMode::microphone));
     const QString id = vm.sessionId();
 
     // Nothing goes out before the first real frame: three meta polls span several keep-alive

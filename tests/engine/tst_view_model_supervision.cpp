@@ -80,9 +80,7 @@ void TstViewModelSupervision::systemAudioWithoutPCMFallsBackToMixedOnSecondPoll(
     EngineHarness h;
     QVERIFY(h.server.isListening());
     auto& vm = h.make();
-    vm.setInputMode(AudioInputMode::systemAudio);
-    vm.startRecording();
-    QTRY_VERIFY_WITH_TIMEOUT(vm.isRecording(), kEngineWaitMs);
+    QVERIFY(h.startRecordingIn(AudioInputMode::systemAudio));
     const QString id = vm.sessionId();
     QVERIFY(!h.microphoneBackend.isRecording());
 
@@ -141,9 +139,7 @@ void TstViewModelSupervision::pickingAMicrophoneAddsItToASystemRecording() {
     EngineHarness h;
     QVERIFY(h.server.isListening());
     auto& vm = h.make();
-    vm.setInputMode(AudioInputMode::systemAudio);
-    vm.startRecording();
-    QTRY_VERIFY_WITH_TIMEOUT(vm.isRecording(), kEngineWaitMs);
+    QVERIFY(h.startRecordingIn(AudioInputMode::systemAudio));
     const QString id = vm.sessionId();
 
     vm.setPreferredInputDevice(kBuiltIn);

@@ -1,12 +1,12 @@
 #include "audio/MicrophonePermissionSnapshot.h"
 #include "audio/SystemAudioPermissionSnapshot.h"
 #include "storage/AppLog.h"
+#include "support/ScriptedPermissionProbe.h"
 #include "text/UiText.h"
 
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <deque>
 #include <optional>
 
 using namespace Qt::StringLiterals;
@@ -16,59 +16,7 @@ Q_DECLARE_METATYPE(vesnara::CaptureAuthorization)
 
 namespace {
 
-/// A platform whose answers the test scripts: each request pops the next scripted state.
-class ScriptedProbe final : public PermissionProbe {
-public:
-    MicrophonePermissionState micState;
-    std::deque<MicrophonePermissionState> micStatesAfterRequest;
-    bool recordRequestResult = false;
-    bool captureRequestResult = false;
-    int recordRequests = 0;
-    int captureRequests = 0;
-
-    bool preflight = false;
-    std::deque<SystemAudioProbeResult> probeResults;
-    bool systemAccessResult = false;
-    int systemAccessRequests = 0;
-    int probes = 0;
-    SystemAudioBundleInfo bundle{u"fi.vesnara.app"_s, u"/opt/vesnara"_s, true, true};
-
-    MicrophonePermissionState microphoneState() override { return micState; }
-    QCoro::Task<bool> requestRecordPermission() override {
-        ++recordRequests;
-        advance();
-        co_return recordRequestResult;
-    }
-    QCoro::Task<bool> requestCaptureAccess() override {
-        ++captureRequests;
-        advance();
-        co_return captureRequestResult;
-    }
-    bool systemAudioPreflight() override { return preflight; }
-    QCoro::Task<bool> requestSystemAudioAccess() override {
-        ++systemAccessRequests;
-        co_return systemAccessResult;
-    }
-    QCoro::Task<SystemAudioProbeResult> probeSystemAudio() override {
-        ++probes;
-        SystemAudioProbeResult result;
-        if (!probeResults.empty()) {
-            result = probeResults.front();
-            if (probeResults.size() > 1)
-                probeResults.pop_front();
-        }
-        co_return result;
-    }
-    SystemAudioBundleInfo systemAudioBundleInfo() override { return bundle; }
-
-private:
-    void advance() {
-        if (micStatesAfterRequest.empty())
-            return;
-        micState = micStatesAfterRequest.front();
-        micStatesAfterRequest.pop_front();
-    }
-};
+using ScriptedProbe = test::ScriptedPermissionProbe;
 
 MicrophonePermissionState micState(const QString& audio, CaptureAuthorization capture,
                                    bool usage = true) {

@@ -2,7 +2,14 @@
 
 #include <QString>
 
+#include <optional>
+
 namespace vesnara {
+
+/// A picker's device id as a preference: 0 stands for "Auto", which prefers nothing.
+inline std::optional<quint32> preferredDeviceId(quint32 pickerId) {
+    return pickerId == 0 ? std::nullopt : std::optional(pickerId);
+}
 
 /// An entry of the microphone picker.
 struct AudioInputDeviceOption {

@@ -55,10 +55,6 @@ public:
     /// and process id.
     OwnApplication ownApplication;
 
-    /// Seam for the permission flows, which set it when they have asked once in this run; nothing
-    /// here reads it.
-    bool hasRequestedPermissionThisRun = false;
-
     /// Starts capturing and returns when the capture runs. Callers stop a running capture first.
     /// Throws `SystemAudioCaptureError`: `permissionDenied` when the sound server cannot be asked,
     /// `noDisplay` when there is no output, `streamSetupFailed` when the stream does not start.

@@ -55,7 +55,12 @@ TranscriptionViewModel::TranscriptionViewModel(Dependencies dependencies, QObjec
     , m_microphone(dependencies.audioInputBackend)
     , m_systemAudio(dependencies.systemAudioBackend, dependencies.timing)
     , m_clipboard(dependencies.clipboard)
+    , m_desktopServices(dependencies.desktopServices)
     , m_permissionProbe(std::move(dependencies.permissionProbe))
+    , m_systemAudioPermission(
+          m_permissionProbe ? std::make_shared<SystemAudioPermission>(
+                                  m_permissionProbe, m_timing.systemAudioPermissionProbeRetryDelay)
+                            : nullptr)
     , m_statusText(UiText::statusReadyToStart)
     , m_microphonePermissionSummary(UiText::microphonePermissionUnchecked)
     , m_systemAudioPermissionSummary(UiText::systemAudioPermissionUnchecked)
@@ -104,38 +109,6 @@ TranscriptionViewModel::~TranscriptionViewModel() {
         task->cancelAndClear();
     if (m_webSocketClient)
         m_webSocketClient->disconnect();
-}
-
-void TranscriptionViewModel::applyMicrophonePermissionSnapshot() {
-    if (!m_permissionProbe)
-        return;
-    const auto snapshot = MicrophonePermissionSnapshot::from(m_permissionProbe->microphoneState());
-    const bool changed = m_microphonePermissionSummary != snapshot.summaryText ||
-                         m_microphonePermissionDetails != snapshot.detailText ||
-                         m_isMicrophonePermissionGranted != snapshot.isGranted ||
-                         m_canRequestMicrophonePermissionPrompt != snapshot.canRequestPrompt ||
-                         m_shouldOpenMicrophoneSystemSettings != snapshot.shouldOpenSystemSettings;
-    m_microphonePermissionSummary = snapshot.summaryText;
-    m_microphonePermissionDetails = snapshot.detailText;
-    m_isMicrophonePermissionGranted = snapshot.isGranted;
-    m_canRequestMicrophonePermissionPrompt = snapshot.canRequestPrompt;
-    m_shouldOpenMicrophoneSystemSettings = snapshot.shouldOpenSystemSettings;
-    if (changed)
-        Q_EMIT microphonePermissionChanged();
-}
-
-void TranscriptionViewModel::applySystemAudioPermissionSnapshot(std::optional<bool> probeResult) {
-    if (!m_permissionProbe)
-        return;
-    const auto snapshot = SystemAudioPermissionSnapshot::from(
-        m_permissionProbe->systemAudioPreflight(), probeResult,
-        m_permissionProbe->systemAudioBundleInfo(), m_systemAudio.hasRequestedPermissionThisRun);
-    m_systemAudioPermissionSummary = snapshot.summaryText;
-    m_systemAudioPermissionDetails = snapshot.detailText;
-    m_isSystemAudioPermissionGranted = snapshot.isGranted;
-    m_canRequestSystemAudioPermissionPrompt = snapshot.canRequestPrompt;
-    m_shouldOpenSystemAudioSystemSettings = snapshot.shouldOpenSystemSettings;
-    Q_EMIT systemAudioPermissionChanged();
 }
 
 void TranscriptionViewModel::refreshSessionHistory() {
@@ -488,6 +461,24 @@ void TranscriptionViewModel::setLastFinalReceivedAt(std::optional<Timestamp> at)
     m_lastFinalReceivedAt = at;
     Q_EMIT lastFinalReceivedAtChanged();
     Q_EMIT realtimeDiagnosticsChanged();
+}
+
+void TranscriptionViewModel::setIsRequestingMicrophonePermission(bool value) {
+    VESNARA_ASSIGN_AND_NOTIFY(m_isRequestingMicrophonePermission, value,
+                              isRequestingMicrophonePermissionChanged);
+}
+
+void TranscriptionViewModel::setIsRequestingSystemAudioPermission(bool value) {
+    VESNARA_ASSIGN_AND_NOTIFY(m_isRequestingSystemAudioPermission, value,
+                              isRequestingSystemAudioPermissionChanged);
+}
+
+void TranscriptionViewModel::setIsAudioTestRunning(bool value) {
+    if (m_isAudioTestRunning == value)
+        return;
+    m_isAudioTestRunning = value;
+    Q_EMIT isAudioTestRunningChanged();
+    Q_EMIT commandAvailabilityChanged();
 }
 
 void TranscriptionViewModel::setShowSystemAudioPermissionHelp(bool value) {

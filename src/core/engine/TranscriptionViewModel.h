@@ -17,6 +17,7 @@
 #include "model/TranscriptExportFormat.h"
 #include "model/TranscriptPin.h"
 #include "model/TranscriptSegment.h"
+#include "platform/DesktopServices.h"
 #include "storage/STTConfigurationStore.h"
 #include "storage/SessionHistoryStore.h"
 
@@ -39,8 +40,12 @@ class HttpTransport;
 class PermissionProbe;
 class Preferences;
 class SystemAudioBackend;
+class SystemAudioPermission;
 class WebSocketStreamClient;
+struct AudioTestFigures;
+struct MicrophonePermissionSnapshot;
 struct StreamEvent;
+struct SystemAudioPermissionSnapshot;
 
 /// The recording engine: one long-lived object on the main thread that holds everything the
 /// screens show and every command they call, from the start of a recording to its saved session.
@@ -57,7 +62,8 @@ struct StreamEvent;
 /// …Transcript.cpp (stream events, transcript merge and poll), …Stop.cpp (stop and the saved
 /// session), …Frames.cpp (the outgoing frame path and the mixer queues), …Pause.cpp (pause,
 /// resume, remote stop), …Meta.cpp (the meta poll and its live hints), …Supervision.cpp (the
-/// repairs of the sources, the pickers, the device listings).
+/// repairs of the sources, the pickers, the device listings), …Permissions.cpp (the permission
+/// panel's checks and requests), …AudioTest.cpp (the audio test).
 class TranscriptionViewModel final : public QObject {
     Q_OBJECT
 
@@ -229,6 +235,8 @@ public:
         /// and nobody is asked (a plain Linux desktop without a probe).
         std::shared_ptr<PermissionProbe> permissionProbe = nullptr;
         Timing timing = {};
+        /// Settings pages and restarting; without one nothing opens and a relaunch fails.
+        DesktopServices* desktopServices = nullptr;
     };
 
     /// Builds the object in the product's order: initial values, the configuration loaded and
@@ -434,6 +442,30 @@ public:
     /// Lists the saved sessions again, newest first.
     Q_INVOKABLE void refreshSessionHistory();
 
+    // Permissions
+    /// Applies a fresh microphone snapshot; with `showStatus` its summary becomes the status.
+    Q_INVOKABLE void refreshMicrophonePermissionStatus(bool showStatus);
+    /// Applies a snapshot from the preflight alone at once, and with `activelyProbe` another one
+    /// once the sources have been probed.
+    Q_INVOKABLE void refreshSystemAudioPermissionStatus(bool showStatus, bool activelyProbe);
+    /// Asks for the microphone (ignored while a request runs) and says how it went.
+    Q_INVOKABLE void requestMicrophonePermissionFromUI();
+    /// Asks for system audio (ignored while a request runs) and says how it went; a grant made
+    /// during this run suggests a relaunch.
+    Q_INVOKABLE void requestSystemAudioPermissionFromUI();
+    /// Opens where the microphone is allowed, or the general settings page.
+    Q_INVOKABLE void openMicrophoneSystemSettings();
+    /// Opens where system audio is allowed, or the general settings page.
+    Q_INVOKABLE void openSystemAudioSystemSettings();
+    /// Starts a new instance and ends this one; if the new one cannot start, says why and goes on.
+    Q_INVOKABLE void relaunchApplication();
+
+    // Support
+    /// Listens to the sources of `inputMode` for `Timing::audioTestDuration` without a server,
+    /// then gives a verdict in the status and the figures with advice in the hint. Refused while
+    /// recording; ignored while a test runs.
+    Q_INVOKABLE void runAudioQualityTest();
+
 Q_SIGNALS:
     void configChanged();
     void languageChanged();
@@ -515,9 +547,6 @@ private:
     };
 
     // Construction (TranscriptionViewModel.cpp)
-    void applyMicrophonePermissionSnapshot();
-    /// Applies a system audio snapshot from the current preflight and `probeResult`.
-    void applySystemAudioPermissionSnapshot(std::optional<bool> probeResult);
     void notifyRunStateChanged();
 
     // Private setters: each signals only a real change.
@@ -678,10 +707,43 @@ private:
     QCoro::Task<> liveDeviceChange(AudioInputMode target, QPointer<WebSocketStreamClient> wsClient,
                                    std::optional<QString> statusOverride,
                                    std::optional<QString> diagnostic);
+    void savePreferredInputDevice();
+
+    // Permissions (TranscriptionViewModelPermissions.cpp)
+    /// Applies a snapshot of the microphone's current state; nothing without a probe.
+    void applyMicrophonePermissionSnapshot();
+    void applyMicrophonePermissionSnapshot(const MicrophonePermissionSnapshot& snapshot);
+    /// Applies a system audio snapshot from the current preflight and `probeResult`; nothing
+    /// without a probe.
+    void applySystemAudioPermissionSnapshot(std::optional<bool> probeResult);
+    void applySystemAudioPermissionSnapshot(const SystemAudioPermissionSnapshot& snapshot);
     /// Granted when there is no permission probe; otherwise the platform's request flow.
     QCoro::Task<bool> requestMicrophoneAccess();
-    void savePreferredInputDevice();
+    QCoro::Task<> microphonePermissionRequest();
+    QCoro::Task<> systemAudioPermissionRequest();
+    QCoro::Task<> systemAudioPermissionProbe(bool showStatus);
+    /// Tells the permission panel why a system audio start was refused.
     void handleSystemAudioPermissionError(const SystemAudioCaptureError& error);
+    /// After a failed start of the sources: a system audio error goes to
+    /// `handleSystemAudioPermissionError`, a microphone error refreshes the microphone snapshot.
+    void reflectCaptureFailureInPermissions(const std::exception_ptr& error);
+    /// Opens `place`, or the general page when it cannot be opened; says which happened.
+    void openSettingsPage(SettingsPlace place, const QString& openedText);
+    void setIsRequestingMicrophonePermission(bool value);
+    void setIsRequestingSystemAudioPermission(bool value);
+
+    // Audio test (TranscriptionViewModelAudioTest.cpp)
+    QCoro::Task<> audioQualityTest(AudioInputMode mode, quint32 selectedMicID,
+                                   quint32 selectedSystemDisplayID,
+                                   QString selectedSystemApplicationBundleID,
+                                   CancellationToken token);
+    /// Wires and starts the sources of `mode` so that each frame's level is counted in `figures`.
+    void startAudioTestSources(AudioInputMode mode, quint32 selectedMicID,
+                               quint32 selectedSystemDisplayID,
+                               const QString& selectedSystemApplicationBundleID,
+                               std::shared_ptr<AudioTestFigures> figures);
+    void stopAudioTestSources();
+    void setIsAudioTestRunning(bool value);
 
     // Owned objects and services
     Timing m_timing;
@@ -691,7 +753,11 @@ private:
     MicrophoneCapture m_microphone;
     SystemAudioCapture m_systemAudio;
     Clipboard* m_clipboard = nullptr;
+    DesktopServices* m_desktopServices = nullptr;
     std::shared_ptr<PermissionProbe> m_permissionProbe;
+    /// The system audio permission flow (it remembers whether the prompt was shown in this run);
+    /// shared with the request in flight. Only with a probe.
+    std::shared_ptr<SystemAudioPermission> m_systemAudioPermission;
 
     // Settings
     STTConfiguration m_config;

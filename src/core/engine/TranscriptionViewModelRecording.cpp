@@ -4,12 +4,11 @@
 
 #include "audio/MicrophoneCaptureError.h"
 #include "audio/MicrophonePermissionSnapshot.h"
-#include "audio/SystemAudioCaptureError.h"
-#include "backend/APIClientError.h"
 #include "backend/HttpTransport.h"
 #include "backend/STTSessionCreateRequest.h"
 #include "backend/WebSocketStreamClient.h"
 #include "engine/RecordingStatusText.h"
+#include "engine/UserErrorDescription.h"
 #include "model/JsonReader.h"
 #include "storage/AppLog.h"
 #include "text/UiText.h"
@@ -20,34 +19,9 @@ namespace vesnara {
 
 namespace {
 
-/// The text the user sees for a failed start.
-QString errorDescription(const std::exception_ptr& error) {
-    try {
-        std::rethrow_exception(error);
-    } catch (const APIClientError& e) {
-        return e.description();
-    } catch (const TransportError& e) {
-        return e.description();
-    } catch (const MicrophoneCaptureError& e) {
-        return e.description();
-    } catch (const SystemAudioCaptureError& e) {
-        return e.description();
-    } catch (const JsonDecodeError&) {
-        return UiText::backendInvalidResponse;
-    } catch (const std::exception& e) {
-        return QString::fromUtf8(e.what());
-    } catch (...) {
-    }
-    return UiText::backendInvalidResponse;
-}
-
 QCoro::Task<> stopSessionQuietly(STTAPIClient apiClient, STTConfiguration config,
                                  QString sessionId) {
     co_await apiClient.stopSession(std::move(config), std::move(sessionId));
-}
-
-std::optional<quint32> nonZero(quint32 id) {
-    return id == 0 ? std::nullopt : std::optional(id);
 }
 
 } // namespace
@@ -99,7 +73,7 @@ void TranscriptionViewModel::startRecording() {
     if (selection.deviceID != m_selectedInputDeviceID) {
         setSelectedInputDeviceID(selection.deviceID);
         STTConfiguration config = m_config;
-        config.preferredInputDeviceID = nonZero(selection.deviceID);
+        config.preferredInputDeviceID = preferredDeviceId(selection.deviceID);
         setConfig(config);
         m_configStore.save(m_config);
     }
@@ -204,20 +178,13 @@ QCoro::Task<> TranscriptionViewModel::runStartAttempt(QUuid attemptID, STTConfig
 }
 
 void TranscriptionViewModel::handleStartFailure(QUuid attemptID, std::exception_ptr error) {
-    try {
-        std::rethrow_exception(error);
-    } catch (const SystemAudioCaptureError& e) {
-        handleSystemAudioPermissionError(e);
-    } catch (const MicrophoneCaptureError&) {
-        applyMicrophonePermissionSnapshot();
-    } catch (...) {
-    }
+    reflectCaptureFailureInPermissions(error);
     if (m_startAttemptID != attemptID)
         return;
 
     m_startRecordingTimeoutTask.cancelAndClear();
     m_startAttemptID = QUuid::createUuid();
-    const QString description = errorDescription(error);
+    const QString description = userErrorDescription(error);
     AppLog::write(u"startRecording failed error=%1"_s.arg(description));
     setStatusText(description);
     setIsStartingRecording(false);
@@ -286,7 +253,7 @@ void TranscriptionViewModel::activateLiveCapture(AudioInputMode mode,
                                                  quint32 selectedSystemDisplayID,
                                                  const QString& selectedSystemApplicationBundleID) {
     if (usesSystemAudio(mode)) {
-        m_systemAudio.preferredDisplayID = nonZero(selectedSystemDisplayID);
+        m_systemAudio.preferredDisplayID = preferredDeviceId(selectedSystemDisplayID);
         m_systemAudio.preferredApplicationBundleID =
             selectedSystemApplicationBundleID.isEmpty()
                 ? std::nullopt
@@ -296,7 +263,7 @@ void TranscriptionViewModel::activateLiveCapture(AudioInputMode mode,
     }
     installFrameHooks(mode, wsClient);
     if (usesMicrophone(mode)) {
-        m_microphone.preferredInputDeviceID = nonZero(selectedMicID);
+        m_microphone.preferredInputDeviceID = preferredDeviceId(selectedMicID);
         m_microphone.start();
     }
     if (usesSystemAudio(mode)) {

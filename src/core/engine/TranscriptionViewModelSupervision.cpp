@@ -22,10 +22,6 @@ namespace vesnara {
 
 namespace {
 
-std::optional<quint32> nonZero(quint32 id) {
-    return id == 0 ? std::nullopt : std::optional(id);
-}
-
 template <typename Option> void sortByName(QList<Option>& options) {
     QCollator collator;
     collator.setCaseSensitivity(Qt::CaseInsensitive);
@@ -36,15 +32,9 @@ template <typename Option> void sortByName(QList<Option>& options) {
 
 } // namespace
 
-QCoro::Task<bool> TranscriptionViewModel::requestMicrophoneAccess() {
-    if (!m_permissionProbe)
-        co_return true;
-    co_return co_await requestMicrophonePermission(m_permissionProbe);
-}
-
 void TranscriptionViewModel::savePreferredInputDevice() {
     STTConfiguration config = m_config;
-    config.preferredInputDeviceID = nonZero(m_selectedInputDeviceID);
+    config.preferredInputDeviceID = preferredDeviceId(m_selectedInputDeviceID);
     setConfig(config);
     m_configStore.save(m_config);
 }
@@ -113,7 +103,7 @@ void TranscriptionViewModel::restartMicrophoneCapture(AudioInputMode mode,
     m_hasAttemptedMixedMicrophoneRestart = false;
     m_microphoneLivenessTask.cancelAndClear();
     installFrameHooks(mode, wsClient);
-    m_microphone.preferredInputDeviceID = nonZero(m_selectedInputDeviceID);
+    m_microphone.preferredInputDeviceID = preferredDeviceId(m_selectedInputDeviceID);
     try {
         m_microphone.start();
     } catch (const MicrophoneCaptureError& error) {
@@ -161,7 +151,7 @@ void TranscriptionViewModel::attemptMixedMicrophoneRestart(const QString& trigge
     m_microphone.stop();
     m_microphone.onPCMFrame = makeFrameHook(FrameSource::microphone,
                                             AudioInputMode::microphoneAndSystem, m_webSocketClient);
-    m_microphone.preferredInputDeviceID = nonZero(m_selectedInputDeviceID);
+    m_microphone.preferredInputDeviceID = preferredDeviceId(m_selectedInputDeviceID);
     try {
         m_microphone.start();
     } catch (const MicrophoneCaptureError& error) {
@@ -202,7 +192,7 @@ TranscriptionViewModel::systemAudioFallback(QPointer<WebSocketStreamClient> wsCl
     // Only the microphone is rewired: system frames keep going out unmixed.
     m_microphone.onPCMFrame =
         makeFrameHook(FrameSource::microphone, AudioInputMode::microphoneAndSystem, wsClient);
-    m_microphone.preferredInputDeviceID = nonZero(m_selectedInputDeviceID);
+    m_microphone.preferredInputDeviceID = preferredDeviceId(m_selectedInputDeviceID);
     try {
         m_microphone.start();
     } catch (const MicrophoneCaptureError& error) {
@@ -309,7 +299,7 @@ QCoro::Task<> TranscriptionViewModel::liveDeviceChange(AudioInputMode target,
 void TranscriptionViewModel::setPreferredSystemDisplay(quint32 id) {
     setSelectedSystemDisplayID(id);
     STTConfiguration config = m_config;
-    config.preferredSystemDisplayID = nonZero(id);
+    config.preferredSystemDisplayID = preferredDeviceId(id);
     setConfig(config);
     m_configStore.save(m_config);
     setStatusText(UiText::statusSystemAudioSourceUpdated);
@@ -435,13 +425,6 @@ void TranscriptionViewModel::refreshSystemAudioApplications(bool allowAccessAtte
         setConfig(config);
         m_configStore.save(m_config);
     }
-}
-
-void TranscriptionViewModel::handleSystemAudioPermissionError(
-    const SystemAudioCaptureError& error) {
-    // The permission panel's reaction to a refused system audio start comes with the permission
-    // operations; the start's failure text already names the cause.
-    Q_UNUSED(error);
 }
 
 } // namespace vesnara

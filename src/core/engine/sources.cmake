@@ -1,6 +1,8 @@
 # The recording engine's pure rules: duplicate keys, transcript assembly, status texts, live
 # hints, the empty-result diagnosis, pause rules and the mixer queues.
 target_sources(vesnara_core PRIVATE
+    ${CMAKE_CURRENT_LIST_DIR}/AudioTestVerdict.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/AudioTestVerdict.h
     ${CMAKE_CURRENT_LIST_DIR}/EmptyResultDiagnosis.cpp
     ${CMAKE_CURRENT_LIST_DIR}/EmptyResultDiagnosis.h
     ${CMAKE_CURRENT_LIST_DIR}/MixerQueues.cpp
@@ -19,4 +21,6 @@ target_sources(vesnara_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/TranscriptMerge.h
     ${CMAKE_CURRENT_LIST_DIR}/TranscriptText.cpp
     ${CMAKE_CURRENT_LIST_DIR}/TranscriptText.h
+    ${CMAKE_CURRENT_LIST_DIR}/UserErrorDescription.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/UserErrorDescription.h
 )

@@ -44,6 +44,13 @@ struct Timing {
     Duration pauseTickerInterval{1000};
     /// How long a selected pin stays highlighted.
     Duration pinHighlightDuration{2500};
+    /// How long the audio test listens to the sources.
+    Duration audioTestDuration{5000};
+
+    // Permissions
+    /// The wait between the probes after a system audio permission prompt: a grant takes a
+    /// moment to reach the listing of shareable sources.
+    Duration systemAudioPermissionProbeRetryDelay{350};
 
     /// The same timing with every duration multiplied by `factor` (at least 1 ms each).
     Timing scaled(double factor) const {
@@ -69,6 +76,8 @@ struct Timing {
         t.microphoneLivenessDelay = scale(microphoneLivenessDelay);
         t.pauseTickerInterval = scale(pauseTickerInterval);
         t.pinHighlightDuration = scale(pinHighlightDuration);
+        t.audioTestDuration = scale(audioTestDuration);
+        t.systemAudioPermissionProbeRetryDelay = scale(systemAudioPermissionProbeRetryDelay);
         return t;
     }
 };

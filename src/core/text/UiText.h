@@ -376,4 +376,45 @@ inline const QString statusSystemAudioSourceUpdated = u"Systeemiäänen lähde p
 inline const QString statusSystemAudioApplicationFilterUpdated =
     u"Systeemiäänen sovellussuodatin päivitetty"_s;
 
+// The audio test.
+inline const QString audioTestStopRecordingFirst = u"Pysäytä tallennus ennen äänitestiä"_s;
+inline const QString audioTestRunning = u"Äänitesti käynnissä (5 s)..."_s;
+inline const QString audioTestNoAudio = u"Äänitesti valmis: Ei havaittua audiodataa"_s;
+inline const QString audioTestVeryQuiet = u"Äänitesti valmis: audiodata hyvin hiljainen"_s;
+inline const QString audioTestLevelOk = u"Äänitesti valmis: taso ok"_s;
+inline const QString audioTestAdviceNoMicrophoneApple =
+    u"Tarkista mikrofonin valinta ja macOS Microphone-lupa."_s;
+inline const QString audioTestAdviceNoMicrophone =
+    u"Tarkista mikrofonin valinta ja järjestelmän ääniasetukset."_s;
+inline const QString audioTestAdviceNoSystemAudioApple =
+    u"Tarkista Screen & System Audio Recording -lupa ja äänen toisto valitusta lähteestä."_s;
+inline const QString audioTestAdviceNoSystemAudio =
+    u"Tarkista, että äänipalvelin on käynnissä ja ääntä toistetaan valitusta lähteestä."_s;
+inline const QString audioTestAdviceNoMixedAudioApple =
+    u"Tarkista sekä mikrofoni että Screen & System Audio Recording -lupa."_s;
+inline const QString audioTestAdviceNoMixedAudio =
+    u"Tarkista sekä mikrofoni että systeemiäänen lähde järjestelmän ääniasetuksista."_s;
+inline const QString audioTestAdviceRaiseLevel =
+    u"Nosta input-tasoa tai siirrä mikrofoni lähemmäs puhujaa."_s;
+inline const QString audioTestAdviceMixedMicrophoneSilent =
+    u"Mikrofoni ei tuota dataa; vaihda mikrofoni Auto-tilaan tai toiseen laitteeseen."_s;
+inline const QString audioTestAdviceMixedSystemSilentApple =
+    u"Systeemiääni ei tuota dataa; tarkista näyttölähde/sovellussuodatin tai lupa."_s;
+inline const QString audioTestAdviceMixedSystemSilent =
+    u"Systeemiääni ei tuota dataa; tarkista äänilähtö/sovellussuodatin tai äänipalvelin."_s;
+inline const QString audioTestAdviceSourceWorks =
+    u"Äänilähde toimii. Voit aloittaa litteroinnin."_s;
+/// The figures of a finished test; the levels come formatted with three decimals.
+inline QString audioTestSummary(qint64 frames, qint64 microphoneFrames, qint64 systemFrames,
+                                const QString& averageLevel, const QString& peakLevel,
+                                const QString& advice) {
+    return u"Äänitesti: frameja %1, mic %2, systeemi %3, avg %4, huippu %5. Suositus: %6"_s.arg(
+        QString::number(frames), QString::number(microphoneFrames), QString::number(systemFrames),
+        averageLevel, peakLevel, advice);
+}
+inline const QString audioTestInterrupted = u"testi keskeytettiin"_s;
+inline QString audioTestFailed(const QString& description) {
+    return u"Äänitesti epäonnistui: "_s + description;
+}
+
 } // namespace vesnara::UiText

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "platform/DesktopServices.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+namespace vesnara {
+
+/// The desktop services of a Linux desktop. Settings places open the sound settings: the
+/// current desktop's own page when it has one (GNOME, KDE Plasma, LXQt, Cinnamon, MATE), else a
+/// mixer that runs anywhere (pavucontrol, which can open the matching tab, or pavucontrol-qt),
+/// else Plasma's page outside Plasma. A program counts when it is found and starts; whether its
+/// window then appears is not known here.
+class LinuxDesktopServices final : public DesktopServices {
+public:
+    /// What the services look at; each part has the running system's value by default.
+    struct Environment {
+        /// Directories searched for the settings programs; nothing means `PATH`.
+        std::optional<QStringList> searchPaths;
+        /// The program a new instance runs; empty means this program's own file.
+        QString programPath;
+        /// `XDG_CURRENT_DESKTOP`'s form (`ubuntu:GNOME`); nothing means the variable itself.
+        std::optional<QString> currentDesktop;
+    };
+
+    explicit LinuxDesktopServices(Environment environment = {});
+
+    bool openSettings(SettingsPlace place) override;
+    std::optional<QString> startNewInstance() override;
+    void terminate() override;
+
+private:
+    QString findProgram(const QString& name) const;
+
+    Environment m_environment;
+};
+
+} // namespace vesnara

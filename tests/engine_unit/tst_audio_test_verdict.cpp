@@ -1,0 +1,99 @@
+#include "engine/AudioTestVerdict.h"
+
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace vesnara;
+
+Q_DECLARE_METATYPE(vesnara::AudioInputMode)
+
+namespace {
+
+const QString kNoAudio = u"Äänitesti valmis: Ei havaittua audiodataa"_s;
+const QString kQuiet = u"Äänitesti valmis: audiodata hyvin hiljainen"_s;
+const QString kOk = u"Äänitesti valmis: taso ok"_s;
+const QString kRaiseLevel = u"Nosta input-tasoa tai siirrä mikrofoni lähemmäs puhujaa."_s;
+const QString kMicSilent =
+    u"Mikrofoni ei tuota dataa; vaihda mikrofoni Auto-tilaan tai toiseen laitteeseen."_s;
+const QString kWorks = u"Äänilähde toimii. Voit aloittaa litteroinnin."_s;
+
+/// `mic` and `system` are the levels of the frames each source delivered.
+AudioTestFigures figuresOf(const QList<double>& mic, const QList<double>& system) {
+    AudioTestFigures figures;
+    for (double level : mic)
+        figures.addMicrophoneFrame(level);
+    for (double level : system)
+        figures.addSystemFrame(level);
+    return figures;
+}
+
+} // namespace
+
+class AudioTestVerdictTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void verdictAndAdviceFollowTheFirstMatchingRow_data() {
+        QTest::addColumn<AudioInputMode>("mode");
+        QTest::addColumn<QList<double>>("mic");
+        QTest::addColumn<QList<double>>("system");
+        QTest::addColumn<QString>("status");
+        QTest::addColumn<QString>("advice");
+        const auto micMode = AudioInputMode::microphone;
+        const auto systemMode = AudioInputMode::systemAudio;
+        const auto mixed = AudioInputMode::microphoneAndSystem;
+        const QList<double> none;
+        QTest::newRow("nothing, microphone")
+            << micMode << none << none << kNoAudio
+            << u"Tarkista mikrofonin valinta ja järjestelmän ääniasetukset."_s;
+        QTest::newRow("nothing, system")
+            << systemMode << none << none << kNoAudio
+            << u"Tarkista, että äänipalvelin on käynnissä ja ääntä toistetaan valitusta lähteestä."_s;
+        QTest::newRow("nothing, mixed")
+            << mixed << none << none << kNoAudio
+            << u"Tarkista sekä mikrofoni että systeemiäänen lähde järjestelmän ääniasetuksista."_s;
+        // The level advice wins over the advice about a silent source of the mix.
+        QTest::newRow("mixed, both quiet") << mixed << QList<double>{0.001, 0.003}
+                                           << QList<double>{0.002} << kQuiet << kRaiseLevel;
+        QTest::newRow("mixed, microphone only, quiet")
+            << mixed << QList<double>{0.001} << none << kQuiet << kRaiseLevel;
+        QTest::newRow("mixed, microphone only, loud")
+            << mixed << QList<double>{0.2} << none << kOk
+            << u"Systeemiääni ei tuota dataa; tarkista äänilähtö/sovellussuodatin tai äänipalvelin."_s;
+        QTest::newRow("mixed, system only, loud")
+            << mixed << none << QList<double>{0.2} << kOk << kMicSilent;
+        QTest::newRow("mixed, both loud")
+            << mixed << QList<double>{0.2} << QList<double>{0.1} << kOk << kWorks;
+        // The threshold is on the peak, and strict.
+        QTest::newRow("peak at the threshold")
+            << micMode << QList<double>{0.004} << none << kOk << kWorks;
+        QTest::newRow("one loud frame among silence")
+            << micMode << QList<double>{0.0, 0.0, 0.0, 0.5} << none << kOk << kWorks;
+        QTest::newRow("system frames in a microphone test count")
+            << micMode << none << QList<double>{0.3} << kOk << kWorks;
+    }
+
+    void verdictAndAdviceFollowTheFirstMatchingRow() {
+        QFETCH(AudioInputMode, mode);
+        QFETCH(QList<double>, mic);
+        QFETCH(QList<double>, system);
+        QFETCH(QString, status);
+        QFETCH(QString, advice);
+        const auto figures = figuresOf(mic, system);
+        QCOMPARE(audioTestStatusText(figures), status);
+        QCOMPARE(audioTestRecommendation(mode, figures), advice);
+    }
+
+    void figuresLineCountsPerSourceWithThreeDecimals() {
+        const auto figures = figuresOf({0.1, 0.3}, {0.0205});
+        QCOMPARE(audioTestDiagnosticHint(AudioInputMode::microphoneAndSystem, figures),
+                 u"Äänitesti: frameja 3, mic 2, systeemi 1, avg 0.140, huippu 0.300. Suositus: "_s +
+                     kWorks);
+        QCOMPARE(audioTestDiagnosticHint(AudioInputMode::microphone, AudioTestFigures{}),
+                 u"Äänitesti: frameja 0, mic 0, systeemi 0, avg 0.000, huippu 0.000. Suositus: "
+                 u"Tarkista mikrofonin valinta ja järjestelmän ääniasetukset."_s);
+    }
+};
+
+QTEST_GUILESS_MAIN(AudioTestVerdictTest)
+#include "tst_audio_test_verdict.moc"
