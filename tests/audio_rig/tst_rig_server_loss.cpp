@@ -5,6 +5,7 @@
 #include "audio/MicrophoneCapture.h"
 #include "audio/MicrophonePermissionSnapshot.h"
 #include "audio/SystemAudioCapture.h"
+#include "support/AwaitTask.h"
 
 #include <QElapsedTimer>
 #include <QTemporaryDir>
@@ -110,6 +111,14 @@ private Q_SLOTS:
         QVERIFY(!snapshot.isGranted);
         QVERIFY(snapshot.shouldOpenSystemSettings);
         QVERIFY(!probe->systemAudioPreflight());
+
+        // Asking again reconnects off the main thread and still finds no server.
+        const auto microphoneRequest = test::awaitTask(probe->requestRecordPermission());
+        QCOMPARE(microphoneRequest.value, std::optional(false));
+        const auto systemProbe = test::awaitTask(probe->probeSystemAudio());
+        QVERIFY(systemProbe.value.has_value());
+        QVERIFY(!systemProbe.value->succeeded);
+        QVERIFY(!systemProbe.value->errorDetails.isEmpty());
     }
 };
 

@@ -80,8 +80,6 @@ private Q_SLOTS:
             << interleave(48000, marked48kStereo(2048)) << 1364 << marks;
         QTest::newRow("48k stereo float planar, 2048 frames")
             << ScriptedAudioBuffer::float32Planar(48000, marked48kStereo(2048)) << 1364 << marks;
-        QTest::newRow("48k stereo float planar, 1024 frames")
-            << ScriptedAudioBuffer::float32Planar(48000, marked48kStereo(1024)) << 682 << marks;
         QTest::newRow("int16 stereo interleaved")
             << ScriptedAudioBuffer::int16Interleaved(
                    48000, 2, {0, 0, 0, 0, 0, 0, 16384, 8192, 32767, 32767, 0, 0, -32768, -32768})
@@ -125,7 +123,6 @@ private Q_SLOTS:
         QTest::newRow("1.0") << 1.0f << 32767;
         QTest::newRow("above 1") << 1.5f << 32767;
         QTest::newRow("-1.0") << -1.0f << -32767;
-        QTest::newRow("below -1") << -2.0f << -32767;
         QTest::newRow("half rounds away from zero") << 0.5f << 16384;
         QTest::newRow("negative half") << -0.5f << -16384;
         QTest::newRow("NaN is silence") << std::numeric_limits<float>::quiet_NaN() << 0;
@@ -190,59 +187,52 @@ private Q_SLOTS:
     // Bad input is dropped (no result), never read out of bounds.
     void malformedBuffersGiveNoResult_data() {
         QTest::addColumn<ScriptedAudioBuffer>("buffer");
-        QTest::addColumn<bool>("microphoneConverts");
         QTest::addColumn<bool>("systemConverts");
         auto stereo = ScriptedAudioBuffer::float32Interleaved(48000, 2, {0.5f, 0.5f, 0.5f, 0.5f});
 
         auto noFrames = stereo;
         noFrames.frameCount = 0;
-        QTest::newRow("no frames") << noFrames << false << false;
+        QTest::newRow("no frames") << noFrames << false;
         auto noBuffers = stereo;
         noBuffers.buffers.clear();
-        QTest::newRow("no buffers") << noBuffers << false << false;
+        QTest::newRow("no buffers") << noBuffers << false;
         auto nullData = stereo;
         nullData.buffers = {QByteArray()};
-        QTest::newRow("interleaved without data") << nullData << false << false;
+        QTest::newRow("interleaved without data") << nullData << false;
         auto tooShort = stereo;
         tooShort.frameCount = 3;
-        QTest::newRow("fewer bytes than frames") << tooShort << false << false;
+        QTest::newRow("fewer bytes than frames") << tooShort << false;
         auto oddBytes = stereo;
         oddBytes.buffers[0].chop(1);
-        QTest::newRow("a cut sample") << oddBytes << false << false;
+        QTest::newRow("a cut sample") << oddBytes << false;
         auto noChannels = stereo;
         noChannels.format.channelCount = 0;
         noChannels.frameCount = 4;
-        QTest::newRow("zero channels: system reads mono") << noChannels << false << true;
+        QTest::newRow("zero channels: system reads mono") << noChannels << true;
         auto float64 = stereo;
         float64.format.bitsPerChannel = 64;
         float64.frameCount = 1;
-        QTest::newRow("float 64") << float64 << false << false;
+        QTest::newRow("float 64") << float64 << false;
         auto nanRate = stereo;
         nanRate.format.sampleRate = std::numeric_limits<double>::quiet_NaN();
-        QTest::newRow("rate not a number") << nanRate << false << false;
-
-        auto planar = ScriptedAudioBuffer::float32Planar(48000, {{0.5f}, {0.5f}});
-        auto missingPlane = planar;
-        missingPlane.buffers[1] = QByteArray();
-        QTest::newRow("planar, one plane missing") << missingPlane << false << true;
-        auto fewerPlanes = planar;
-        fewerPlanes.buffers.removeLast();
-        QTest::newRow("planar, fewer planes than channels") << fewerPlanes << false << true;
+        QTest::newRow("rate not a number") << nanRate << false;
     }
     void malformedBuffersGiveNoResult() {
         QFETCH(ScriptedAudioBuffer, buffer);
-        QFETCH(bool, microphoneConverts);
         QFETCH(bool, systemConverts);
-        QCOMPARE(convertBoth(buffer, false).has_value(), microphoneConverts);
+        QVERIFY(!convertBoth(buffer, false));
         QCOMPARE(convertBoth(buffer, true).has_value(), systemConverts);
     }
 
-    // A missing plane still counts in the divisor; fewer planes than channels divide by the planes.
+    // The microphone drops planar audio with a plane missing. System audio still counts a missing
+    // plane in the divisor, but fewer planes than channels divide by the planes.
     void systemPlanarAveragesOverUsedPlanes() {
         auto planar = ScriptedAudioBuffer::float32Planar(16000, {{0.5f}, {0.5f}});
         planar.buffers[1] = QByteArray();
+        QVERIFY(!convertBoth(planar, false));
         QCOMPARE(samplesOf(*convertBoth(planar, true)), QList<qint16>{8192});
         planar.buffers.removeLast();
+        QVERIFY(!convertBoth(planar, false));
         QCOMPARE(samplesOf(*convertBoth(planar, true)), QList<qint16>{16384});
     }
 };

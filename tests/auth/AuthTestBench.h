@@ -7,9 +7,9 @@
 #include "refbackend/RefBackend.h"
 #include "storage/InMemoryPreferences.h"
 #include "support/AwaitTask.h"
+#include "support/TestHttp.h"
 
 #include <QJsonDocument>
-#include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -85,16 +85,6 @@ private:
     std::unique_ptr<refbackend::RefBackend> m_backend;
     bool m_listening = false;
 };
-
-/// A loopback port where nothing listens.
-inline quint16 closedPort() {
-    QTcpServer server;
-    if (!server.listen(QHostAddress::LocalHost, 0))
-        return 0;
-    const quint16 port = server.serverPort();
-    server.close();
-    return port;
-}
 
 inline refbackend::HttpFault respond(const QString& path, int status, const QByteArray& body) {
     refbackend::HttpFault fault;

@@ -1,10 +1,7 @@
-// Login, the start check with its offline grace, and the tokens the speech side accepts, against
-// the reference backend over loopback.
+// Login, the start check with its offline grace, logout and the log, against the reference
+// backend over loopback.
 #include "AuthTestBench.h"
 
-#include "backend/APIClientError.h"
-#include "backend/STTAPIClient.h"
-#include "model/STTConfiguration.h"
 #include "storage/AppLog.h"
 
 #include <QSignalSpy>
@@ -31,19 +28,6 @@ class AuthManagerTest : public QObject {
     void rememberStoredSession(const QString& token) {
         bench().preferences.setBoolean(AuthManager::rememberSessionKey, true);
         bench().preferences.setString(AuthManager::sessionTokenKey, token);
-    }
-
-    int speechStatusWith(const std::optional<QString>& token) {
-        STTConfiguration config = STTConfiguration::defaults();
-        config.baseURL = bench().url();
-        config.apiKey = QString::fromUtf16(DeploymentDefaults::sharedAPIKey);
-        config.authToken = token;
-        STTAPIClient client(bench().transport);
-        const auto outcome = awaitTask(client.listSessions(config, std::nullopt, 5));
-        if (outcome.value)
-            return 200;
-        const auto error = outcome.errorAs<APIClientError>();
-        return error ? 401 : -1;
     }
 
 private Q_SLOTS:
@@ -80,9 +64,11 @@ private Q_SLOTS:
         // What a screen binds to.
         QCOMPARE(manager->property("currentUser").value<AuthUser>().email, AuthBench::email);
         QCOMPARE(manager->property("isAdmin"), QVariant(false));
-        // Remembered: the token and the meta of this check are stored.
+        // The speech side takes the token the service issued; remembered, it is stored with
+        // the meta of this check.
         const auto token = manager->currentBackendSessionToken();
         QVERIFY(token);
+        QCOMPARE(bench().backend().tokens().subjectOf(*token), std::optional(AuthBench::email));
         QCOMPARE(bench().preferences.string(AuthManager::sessionTokenKey), token);
         const auto meta = manager->loadMeta();
         QVERIFY(meta);
@@ -103,8 +89,6 @@ private Q_SLOTS:
             << 502 << QByteArray("Bad gateway: upstream down") << u"Bad gateway: upstream down"_s;
         QTest::newRow("an empty detail is shown as it is")
             << 401 << QByteArray(R"({"detail":"","error":"e"})") << QString();
-        QTest::newRow("error before message")
-            << 403 << QByteArray(R"({"message":"m","error":"e"})") << u"e"_s;
         QTest::newRow("2xx without a token") << 200 << QByteArray(R"({"user":{"email":"a@b.c"}})")
                                              << u"Virheellinen kirjautumisvastaus."_s;
         QTest::newRow("2xx with an empty token")
@@ -161,7 +145,7 @@ private Q_SLOTS:
         QCOMPARE(awaitTask(manager->login(AuthBench::email, u" \n"_s)).value, std::optional(false));
         QVERIFY(bench().sent.isEmpty());
 
-        QVERIFY(manager->applyEnteredAuthURL(u"http://127.0.0.1:%1/"_s.arg(closedPort())));
+        QVERIFY(manager->applyEnteredAuthURL(u"http://127.0.0.1:%1/"_s.arg(closedLoopbackPort())));
         QCOMPARE(awaitTask(manager->login(AuthBench::email, AuthBench::password)).value,
                  std::optional(false));
         QCOMPARE(manager->errorMessage(), u"Yhteys auth-palveluun epäonnistui"_s);
@@ -211,15 +195,13 @@ private Q_SLOTS:
     void anUnreachableServiceGivesAGraceOfFourteenDays_data() {
         QTest::addColumn<double>("ageInDays");
         QTest::addColumn<bool>("loggedIn");
-        QTest::newRow("13 days") << 13.0 << true;
         QTest::newRow("a second short of 14 days") << 14.0 - 1.0 / kDay << true;
         QTest::newRow("14 days") << 14.0 << false;
-        QTest::newRow("20 days") << 20.0 << false;
     }
     void anUnreachableServiceGivesAGraceOfFourteenDays() {
         QFETCH(double, ageInDays);
         QFETCH(bool, loggedIn);
-        const QString down = u"http://127.0.0.1:%1"_s.arg(closedPort());
+        const QString down = u"http://127.0.0.1:%1"_s.arg(closedLoopbackPort());
         rememberStoredSession(u"tunnus-offline"_s);
         bench().storeMeta(daysBeforeNow(ageInDays), down);
 
@@ -243,10 +225,19 @@ private Q_SLOTS:
         }
     }
 
-    void aRefusedTokenIsClearedSilently() {
+    void aRefusedCheckClearsTheSessionSilently_data() {
+        QTest::addColumn<QByteArray>("answer"); // null: the real service, which knows no such token
+        QTest::newRow("unknown token") << QByteArray();
+        QTest::newRow("an answer without a user") << QByteArray(R"({"ok":true})");
+    }
+    void aRefusedCheckClearsTheSessionSilently() {
+        QFETCH(QByteArray, answer);
         rememberStoredSession(u"tuntematon-tunnus"_s);
         bench().storeMeta(daysBeforeNow(1), bench().url());
         bench().preferences.setString(AuthManager::adminKeyStorageKey, AuthBench::adminKey);
+        if (!answer.isNull())
+            bench().backend().faults().httpFaults.push_back(
+                respond(u"/auth/verify"_s, 200, answer));
 
         const auto manager = bench().makeCheckedManager();
         QVERIFY(manager);
@@ -257,39 +248,6 @@ private Q_SLOTS:
         QVERIFY(!bench().preferences.contains(AuthManager::authMetaKey));
         QVERIFY(manager->rememberSession());
         QCOMPARE(manager->loadStoredAdminKey(), AuthBench::adminKey);
-    }
-
-    void anAnswerWithoutAUserIsNoVerification() {
-        rememberStoredSession(u"tunnus"_s);
-        bench().storeMeta(daysBeforeNow(1), bench().url());
-        bench().backend().faults().httpFaults.push_back(
-            respond(u"/auth/verify"_s, 200, R"({"ok":true})"));
-        const auto manager = bench().makeCheckedManager();
-        QVERIFY(manager);
-        QVERIFY(!manager->isAuthenticated());
-        QVERIFY(!bench().preferences.contains(AuthManager::sessionTokenKey));
-    }
-
-    void theAuthTokenOpensTheSpeechSideUntilRevokedOrExpired() {
-        const auto manager = bench().makeCheckedManager();
-        QVERIFY(manager);
-        QVERIFY(*awaitTask(manager->login(AuthBench::email, AuthBench::password, true)).value);
-        const auto token = manager->currentBackendSessionToken();
-        QCOMPARE(speechStatusWith(token), 200);
-        QCOMPARE(speechStatusWith(u"keksitty"_s), 401);
-
-        bench().backend().tokens().revoke(*token);
-        QCOMPARE(speechStatusWith(token), 401);
-        // The next start finds the session gone.
-        const auto restarted = bench().makeCheckedManager();
-        QVERIFY(restarted);
-        QVERIFY(!restarted->isAuthenticated());
-
-        QVERIFY(*awaitTask(restarted->login(AuthBench::email, AuthBench::password)).value);
-        const auto second = restarted->currentBackendSessionToken();
-        QCOMPARE(speechStatusWith(second), 200);
-        bench().backend().tokens().expire(*second);
-        QCOMPARE(speechStatusWith(second), 401);
     }
 
     void aManagerDestroyedDuringItsCheckTouchesNothing() {

@@ -129,7 +129,7 @@ private Q_SLOTS:
                  u"Sessio puuttuu. Kirjaudu uudelleen."_s);
         QVERIFY(bench().sent.isEmpty());
 
-        QVERIFY(manager->applyEnteredAuthURL(u"http://127.0.0.1:%1"_s.arg(closedPort())));
+        QVERIFY(manager->applyEnteredAuthURL(u"http://127.0.0.1:%1"_s.arg(closedLoopbackPort())));
         const auto offline = awaitTask(manager->requestPasswordReset(AuthBench::email));
         QCOMPARE(authErrorKind(offline), std::optional(AuthRequestError::Kind::offline));
         QCOMPARE(bench().sent.size(), 1);
@@ -140,7 +140,6 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("body");
         QTest::addColumn<QString>("expected");
         QTest::newRow("reset, empty") << true << QByteArray() << u"Palautusohje lähetetty."_s;
-        QTest::newRow("reset, plain OK") << true << QByteArray("OK") << u"OK"_s;
         QTest::newRow("reset, plain text kept untrimmed")
             << true << QByteArray(" Lähetetty \n") << u" Lähetetty \n"_s;
         QTest::newRow("reset, blank text")

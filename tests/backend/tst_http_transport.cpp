@@ -1,14 +1,11 @@
-#include "support/AwaitTask.h"
-
 #include "async/CancellationToken.h"
 #include "backend/HttpTransport.h"
+#include "support/AwaitTask.h"
 #include "support/RefBackendFixture.h"
-
 #include "support/TestHttp.h"
-#include <QElapsedTimer>
-#include <QSignalSpy>
-#include <QTcpServer>
 
+#include <QElapsedTimer>
+#include <QTcpServer>
 #include <QTcpSocket>
 #include <QTest>
 
@@ -33,6 +30,27 @@ HttpFault fault(HttpFault::Kind kind, const QString& path) {
     f.pathContains = path;
     return f;
 }
+
+// Makes `server` answer whatever it is sent with `reply`.
+void answerEverything(QTcpServer& server, const QByteArray& reply) {
+    QObject::connect(&server, &QTcpServer::newConnection, &server, [&server, reply] {
+        QTcpSocket* socket = server.nextPendingConnection();
+        QObject::connect(socket, &QTcpSocket::readyRead, socket, [socket, reply] {
+            socket->readAll();
+            socket->write(reply);
+        });
+    });
+}
+
+using Failure = std::optional<std::pair<TransportError::Kind, QString>>;
+
+// The kind and user text of the `TransportError` the task threw.
+template <typename Outcome> Failure failureOf(const Outcome& outcome) {
+    const auto error = outcome.template errorAs<TransportError>();
+    return error ? Failure({error->kind(), error->description()}) : std::nullopt;
+}
+
+const Failure kCancelled{{TransportError::Kind::Cancelled, u"Pyyntö peruttiin"_s}};
 
 } // namespace
 
@@ -74,18 +92,11 @@ private Q_SLOTS:
     }
 
     void redirectsAreFollowed() {
-        // A server of our own that sends every request on to the backend's health record.
         QTcpServer forwarder;
         QVERIFY(forwarder.listen(QHostAddress::LocalHost, 0));
-        const QByteArray target = backend().baseUrl().toEncoded() + "/health";
-        connect(&forwarder, &QTcpServer::newConnection, &forwarder, [&forwarder, target] {
-            QTcpSocket* socket = forwarder.nextPendingConnection();
-            connect(socket, &QTcpSocket::readyRead, socket, [socket, target] {
-                socket->readAll();
-                socket->write("HTTP/1.1 302 Found\r\nLocation: " + target +
-                              "\r\nContent-Length: 0\r\n\r\n");
-            });
-        });
+        answerEverything(forwarder,
+                         "HTTP/1.1 302 Found\r\nLocation: " + backend().baseUrl().toEncoded() +
+                             "/health\r\nContent-Length: 0\r\n\r\n");
         const auto outcome = awaitTask(m_transport->send(
             requestTo(QUrl(u"http://127.0.0.1:%1"_s.arg(forwarder.serverPort())), u"/old"_s)));
         QVERIFY(outcome.value);
@@ -123,72 +134,49 @@ private Q_SLOTS:
         QVERIFY(port != 0);
         const auto refused = awaitTask(
             m_transport->send(requestTo(QUrl(u"http://127.0.0.1:%1"_s.arg(port)), u"/health"_s)));
-        const auto refusedError = refused.errorAs<TransportError>();
-        QVERIFY(refusedError);
-        QCOMPARE(refusedError->kind(), TransportError::Kind::ConnectionRefused);
-        QCOMPARE(refusedError->description(), u"Palvelimeen ei saatu yhteyttä"_s);
+        QCOMPARE(failureOf(refused), Failure({TransportError::Kind::ConnectionRefused,
+                                              u"Palvelimeen ei saatu yhteyttä"_s}));
 
         // Qt sends a request once more on a fresh connection when the first closes unanswered.
         for (int i = 0; i < 2; ++i)
             backend().faults().httpFaults.push_back(fault(HttpFault::Kind::drop, u"/health"_s));
         const auto dropped =
             awaitTask(m_transport->send(requestTo(backend().baseUrl(), u"/health"_s)));
-        const auto droppedError = dropped.errorAs<TransportError>();
-        QVERIFY(droppedError);
-        QCOMPARE(droppedError->kind(), TransportError::Kind::ConnectionLost);
-        QCOMPARE(droppedError->description(), u"Yhteys palvelimeen katkesi"_s);
+        QCOMPARE(failureOf(dropped),
+                 Failure({TransportError::Kind::ConnectionLost, u"Yhteys palvelimeen katkesi"_s}));
 
         // TLS spoken to a plain HTTP server that answers the greeting in plain text.
         QTcpServer plain;
         QVERIFY(plain.listen(QHostAddress::LocalHost, 0));
-        connect(&plain, &QTcpServer::newConnection, &plain, [&plain] {
-            QTcpSocket* socket = plain.nextPendingConnection();
-            connect(socket, &QTcpSocket::readyRead, socket, [socket] {
-                socket->readAll();
-                socket->write("HTTP/1.1 400 Bad Request\r\nContent-Length: 0\r\n\r\n");
-            });
-        });
+        answerEverything(plain, "HTTP/1.1 400 Bad Request\r\nContent-Length: 0\r\n\r\n");
         const auto tls = awaitTask(m_transport->send(
             requestTo(QUrl(u"https://127.0.0.1:%1"_s.arg(plain.serverPort())), u"/health"_s)));
-        const auto tlsError = tls.errorAs<TransportError>();
-        QVERIFY(tlsError);
-        QCOMPARE(tlsError->kind(), TransportError::Kind::Tls);
-        QCOMPARE(tlsError->description(), u"Suojattua yhteyttä palvelimeen ei voitu muodostaa"_s);
+        QCOMPARE(failureOf(tls), Failure({TransportError::Kind::Tls,
+                                          u"Suojattua yhteyttä palvelimeen ei voitu muodostaa"_s}));
 
         const auto unknown = awaitTask(
             m_transport->send(requestTo(QUrl(u"http://vesnara-test.invalid"_s), u"/health"_s)),
             30s);
         QVERIFY(unknown.finished);
-        const auto unknownError = unknown.errorAs<TransportError>();
-        QVERIFY(unknownError);
-        QCOMPARE(unknownError->kind(), TransportError::Kind::HostNotFound);
-        QCOMPARE(unknownError->description(), u"Palvelimen osoitetta ei löytynyt"_s);
+        QCOMPARE(failureOf(unknown), Failure({TransportError::Kind::HostNotFound,
+                                              u"Palvelimen osoitetta ei löytynyt"_s}));
     }
 
     void aStalledTransferTimesOut() {
-        HttpFault slow = fault(HttpFault::Kind::delay, u"/health"_s);
-        slow.delay = 3s;
-        backend().faults().httpFaults.push_back(slow);
+        delayHealth(3s);
         HttpRequest request = requestTo(backend().baseUrl(), u"/health"_s);
         request.timeLimit = 200ms;
-
         QElapsedTimer elapsed;
         elapsed.start();
         const auto outcome = awaitTask(m_transport->send(request));
-        const auto error = outcome.errorAs<TransportError>();
-        QVERIFY(error);
-        QCOMPARE(error->kind(), TransportError::Kind::TimedOut);
-        QCOMPARE(error->description(), u"Palvelin ei vastannut ajoissa"_s);
+        QCOMPARE(failureOf(outcome),
+                 Failure({TransportError::Kind::TimedOut, u"Palvelin ei vastannut ajoissa"_s}));
         QVERIFY2(elapsed.elapsed() < 2500, "the limit, not the server, must end the wait");
     }
 
     void cancellingAbortsTheRequestInFlight() {
-        HttpFault slow = fault(HttpFault::Kind::delay, u"/health"_s);
-        slow.delay = 5s;
-        backend().faults().httpFaults.push_back(slow);
+        delayHealth(5s);
         CancellationSource source;
-        QElapsedTimer elapsed;
-        elapsed.start();
         const auto outcome = startTask(
             m_transport->send(requestTo(backend().baseUrl(), u"/health"_s), source.token()));
         QTRY_COMPARE(backend().requests().size(), 1);
@@ -198,28 +186,17 @@ private Q_SLOTS:
         QVERIFY2(!outcome->finished, "the task must not resume inside cancel()");
         waitFor(outcome, 3s);
         QVERIFY(outcome->finished);
-        const auto error = outcome->errorAs<TransportError>();
-        QVERIFY(error);
-        QCOMPARE(error->kind(), TransportError::Kind::Cancelled);
-        QCOMPARE(error->description(), u"Pyyntö peruttiin"_s);
-        QVERIFY(elapsed.elapsed() < 4000);
-    }
+        QCOMPARE(failureOf(*outcome), kCancelled);
 
-    void aCancelledTokenSendsNothing() {
-        CancellationSource source;
-        source.cancel();
-        const auto outcome = awaitTask(
+        // A token cancelled beforehand sends nothing.
+        const auto late = awaitTask(
             m_transport->send(requestTo(backend().baseUrl(), u"/health"_s), source.token()));
-        const auto error = outcome.errorAs<TransportError>();
-        QVERIFY(error);
-        QCOMPARE(error->kind(), TransportError::Kind::Cancelled);
-        QVERIFY(backend().requests().isEmpty());
+        QCOMPARE(failureOf(late), kCancelled);
+        QCOMPARE(backend().requests().size(), 1);
     }
 
     void destroyingTheTransportEndsRequestsInFlight() {
-        HttpFault slow = fault(HttpFault::Kind::delay, u"/health"_s);
-        slow.delay = 5s;
-        backend().faults().httpFaults.push_back(slow);
+        delayHealth(5s);
         const auto outcome =
             startTask(m_transport->send(requestTo(backend().baseUrl(), u"/health"_s)));
         QTRY_COMPARE(backend().requests().size(), 1);
@@ -228,9 +205,7 @@ private Q_SLOTS:
         QVERIFY(!outcome->finished);
         waitFor(outcome, 3s);
         QVERIFY(outcome->finished);
-        const auto error = outcome->errorAs<TransportError>();
-        QVERIFY(error);
-        QCOMPARE(error->kind(), TransportError::Kind::Cancelled);
+        QCOMPARE(failureOf(*outcome), kCancelled);
     }
 
     // Cancellation and the cancellable sleep, which the engine's periodic tasks share.
@@ -253,9 +228,6 @@ private Q_SLOTS:
         QVERIFY(copy.isCancelled());
         QVERIFY(source.isCancelled());
         QCOMPARE(calls, 1);
-
-        CancellationSource other;
-        QVERIFY(!other.token().isCancelled());
     }
 
     void sleepRunsItsCourseUnlessCancelled() {
@@ -266,14 +238,12 @@ private Q_SLOTS:
         QVERIFY(elapsed.elapsed() >= 45);
 
         CancellationSource source;
-        elapsed.restart();
         const auto cut = startTask(sleepFor(10s, source.token()));
         QVERIFY(!cut->finished);
         source.cancel();
         QVERIFY2(!cut->finished, "the sleeper must not resume inside cancel()");
         waitFor(cut, 2s);
         QCOMPARE(cut->value, std::optional(false));
-        QVERIFY(elapsed.elapsed() < 2000);
 
         const auto already = startTask(sleepFor(10s, source.token()));
         QVERIFY(already->finished);
@@ -282,6 +252,12 @@ private Q_SLOTS:
 
 private:
     refbackend::RefBackend& backend() { return m_fixture->backend(); }
+
+    void delayHealth(std::chrono::milliseconds by) {
+        HttpFault slow = fault(HttpFault::Kind::delay, u"/health"_s);
+        slow.delay = by;
+        backend().faults().httpFaults.push_back(slow);
+    }
 
     std::unique_ptr<RefBackendFixture> m_fixture;
     std::unique_ptr<HttpTransport> m_transport;

@@ -7,7 +7,6 @@
 #include "support/RefBackendFixture.h"
 #include "support/TestHttp.h"
 
-#include <QElapsedTimer>
 #include <QJsonDocument>
 #include <QTcpServer>
 #include <QTest>
@@ -79,30 +78,6 @@ private Q_SLOTS:
         m_fixture.reset();
     }
 
-    void theBasePathIsReplaced_data() {
-        QTest::addColumn<QString>("suffix");
-        QTest::newRow("bare host") << u""_s;
-        QTest::newRow("trailing slash") << u"/"_s;
-        QTest::newRow("path with slash") << u"/api/v9/"_s;
-    }
-    void theBasePathIsReplaced() {
-        QFETCH(QString, suffix);
-        STTConfiguration config = m_fixture->config();
-        config.baseURL += suffix;
-        const auto created = awaitTask(m_client->createSession(config, finnishSession()));
-        QVERIFY(created.value);
-        QVERIFY(awaitTask(m_client->getSessionMeta(config, created.value->sessionId)).value);
-        QVERIFY(awaitTask(m_client->health(config)).value);
-        QVERIFY(awaitTask(m_client->listSessions(config, std::nullopt, 5)).value);
-
-        const auto& seen = backend().requests();
-        QCOMPARE(seen.size(), 4);
-        QCOMPARE(seen[0].path, u"/v1/sessions"_s);
-        QCOMPARE(seen[1].path, u"/v1/sessions/"_s + created.value->sessionId);
-        QCOMPARE(seen[2].path, u"/health"_s);
-        QCOMPARE(seen[3].path, u"/v1/sessions"_s);
-    }
-
     void aSessionIdStaysOneSegment() {
         const auto outcome = awaitTask(m_client->getSessionMeta(config(), u"a/../b"_s));
         const auto error = outcome.errorAs<APIClientError>();
@@ -134,23 +109,10 @@ private Q_SLOTS:
         const auto noToken = awaitTask(m_client->createSession(blank, finnishSession()));
         QCOMPARE(apiErrorText(noToken), u"Kirjautuminen vaaditaan"_s);
         QVERIFY(!backend().requests().last().hasHeader("x-auth-token"));
-    }
 
-    void healthAndTheManifestCarryNoCredentials() {
-        const auto health = awaitTask(m_client->health(config()));
-        QVERIFY(health.value);
-        QVERIFY(health.value->ok);
-        QVERIFY(health.value->memoAI);
-        const auto manifest = awaitTask(m_client->fetchUpdateManifest(
-            backend().baseUrl().toString() + u"/updates/latest-mac.json"_s));
-        QVERIFY(manifest.value);
-        QVERIFY(!manifest.value->version.isEmpty());
-
-        QCOMPARE(backend().requests().size(), 2);
-        for (const auto& request : backend().requests()) {
-            QVERIFY(!request.hasHeader("x-api-key"));
-            QVERIFY(!request.hasHeader("x-auth-token"));
-        }
+        backend().tokens().revoke(m_fixture->token());
+        const auto revoked = awaitTask(m_client->createSession(config(), finnishSession()));
+        QCOMPARE(apiErrorText(revoked), u"Kirjautuminen vaaditaan"_s);
     }
 
     void unusableAddressesSendNothing() {
@@ -166,75 +128,15 @@ private Q_SLOTS:
         QVERIFY(m_sent.isEmpty());
     }
 
-    void theListQueryIsClampedAndOrdered_data() {
-        QTest::addColumn<int>("limit");
-        QTest::addColumn<QString>("status");
-        QTest::addColumn<bool>("hasStatus");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("zero") << 0 << QString() << false << u"limit=1"_s;
-        QTest::newRow("negative") << -7 << QString() << false << u"limit=1"_s;
-        QTest::newRow("too many") << 500 << QString() << false << u"limit=100"_s;
-        QTest::newRow("blank status") << 20 << u" \t"_s << true << u"limit=20"_s;
-        QTest::newRow("padded status")
-            << 20 << u"  stopped\n"_s << true << u"limit=20&status=stopped"_s;
-    }
-    void theListQueryIsClampedAndOrdered() {
-        QFETCH(int, limit);
-        QFETCH(QString, status);
-        QFETCH(bool, hasStatus);
-        QFETCH(QString, expected);
-        const auto outcome = awaitTask(m_client->listSessions(
-            config(), hasStatus ? std::optional(status) : std::nullopt, limit));
-        QVERIFY(outcome.value);
-        QCOMPARE(backend().requests().last().query.toString(QUrl::FullyEncoded), expected);
-    }
-
-    void refusalsCarryTheServersErrorText_data() {
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("error text") << 404 << "{\"error\":\"not found\"}"_ba << u"not found"_s;
-        QTest::newRow("empty error text") << 400 << "{\"error\":\"\"}"_ba << u""_s;
-        QTest::newRow("detail is not read")
-            << 404 << "{\"detail\":\"not found\"}"_ba << u"Palvelinvirhe (404)"_s;
-        QTest::newRow("HTML page")
-            << 404 << "<html><body>404</body></html>"_ba << u"Palvelinvirhe (404)"_s;
-        QTest::newRow("error not a string")
-            << 404 << "{\"error\":42}"_ba << u"Palvelinvirhe (404)"_s;
-        QTest::newRow("no body") << 503 << QByteArray() << u"Palvelinvirhe (503)"_s;
-    }
-    void refusalsCarryTheServersErrorText() {
-        QFETCH(int, status);
-        QFETCH(QByteArray, body);
-        QFETCH(QString, expected);
-        backend().faults().httpFaults.push_back(respond(u"/transcript"_s, status, body));
-        const auto outcome = awaitTask(m_client->getTranscript(config(), u"s1"_s));
-        const auto error = outcome.errorAs<APIClientError>();
-        QVERIFY(error);
-        QCOMPARE(error->kind(), APIClientError::Kind::ServerError);
-        QCOMPARE(error->description(), expected);
-    }
-
-    void aRevokedTokenIsRefusedInTheServersWords() {
-        backend().tokens().revoke(m_fixture->token());
-        const auto outcome = awaitTask(m_client->createSession(config(), finnishSession()));
-        const auto error = outcome.errorAs<APIClientError>();
-        QVERIFY(error);
-        QCOMPARE(error->description(), u"Kirjautuminen vaaditaan"_s);
-    }
-
     void answersAreDecodedStrictly() {
         backend().faults().httpFaults.push_back(
             respond(u"/health"_s, 200, "{\"ok\":true,\"openAIConfigured\":false}"));
-        const auto health = awaitTask(m_client->health(config()));
-        const auto healthError = health.errorAs<JsonDecodeError>();
-        QVERIFY(healthError);
-        QCOMPARE(healthError->key(), u"time"_s);
+        QCOMPARE(decodeErrorKey(awaitTask(m_client->health(config()))), u"time"_s);
 
         backend().faults().httpFaults.push_back(
             respond(u"/v1/sessions"_s, 201, "{\"sessionId\":\"s1\",\"wsUrl\":\"ws://h/\"}"));
-        const auto created = awaitTask(m_client->createSession(config(), finnishSession()));
-        QCOMPARE(decodeErrorKey(created), u"token"_s);
+        QCOMPARE(decodeErrorKey(awaitTask(m_client->createSession(config(), finnishSession()))),
+                 u"token"_s);
 
         backend().faults().httpFaults.push_back(respond(u"/v1/sessions"_s, 200, "not json"));
         QVERIFY(awaitTask(m_client->listSessions(config(), std::nullopt, 5))
@@ -287,7 +189,7 @@ private Q_SLOTS:
         QCOMPARE(transportError->kind(), TransportError::Kind::ConnectionRefused);
         QVERIFY(!refused.errorAs<APIClientError>());
 
-        backend().faults().httpFaults.push_back(respond(u"/health"_s, 503, "{}"));
+        backend().faults().httpFaults.push_back(respond(u"/health"_s, 503, {}));
         const auto unavailable = awaitTask(m_client->health(config()));
         QVERIFY(!unavailable.errorAs<TransportError>());
         QCOMPARE(apiErrorText(unavailable), u"Palvelinvirhe (503)"_s);
@@ -296,8 +198,6 @@ private Q_SLOTS:
     void cancellingAbortsAWaitingRequest() {
         backend().faults().httpFaults.push_back(delay(u"/transcript"_s, 10s));
         CancellationSource source;
-        QElapsedTimer elapsed;
-        elapsed.start();
         const auto outcome = startTask(m_client->getTranscript(config(), u"s1"_s, source.token()));
         QTRY_COMPARE(backend().requests().size(), 1);
         source.cancel();
@@ -306,20 +206,36 @@ private Q_SLOTS:
         const auto error = outcome->errorAs<TransportError>();
         QVERIFY(error);
         QCOMPARE(error->kind(), TransportError::Kind::Cancelled);
-        QVERIFY(elapsed.elapsed() < 5000);
     }
 
-    void onlyTheMemoGetsTheLongLimit() {
+    void theMemoRequestHasTheLongLimitAndFallbackLinesOnlyWhenThereAreAny() {
         const auto created = awaitTask(m_client->createSession(config(), finnishSession()));
         QVERIFY(created.value);
         const QString id = created.value->sessionId;
         QVERIFY(awaitTask(m_client->generateSummary(config(), id, {})).value);
-        QVERIFY(awaitTask(m_client->downloadSummaryDocx(config(), id)).value);
+        const auto bare = backend().requests().last();
+        QCOMPARE(bare.method, "POST"_ba);
+        QCOMPARE(bare.path, u"/v1/sessions/%1/summary"_s.arg(id));
+        QCOMPARE(bare.header("content-type"), "application/json"_ba);
+        QVERIFY(!bare.hasHeader("content-length"));
+        QVERIFY(bare.body.isEmpty());
 
-        QCOMPARE(m_sent.size(), 3);
+        const QList<SummaryGenerateRequest::Segment> lines{
+            {u"Aloitetaan budjetista."_s, u"2024-05-02T08:00:01Z"_s, u"Anna"_s},
+            {u"Päätetään aikataulusta."_s, u"2024-05-02T08:00:09Z"_s}};
+        QVERIFY(awaitTask(m_client->generateSummary(config(), id, lines)).value);
+        const auto withLines = backend().requests().last();
+        QCOMPARE(withLines.header("content-type"), "application/json"_ba);
+        const auto sent = SummaryGenerateRequest::fromJson(
+            JsonReader(QJsonDocument::fromJson(withLines.body).object()));
+        QCOMPARE(sent.transcriptSegments, lines);
+
+        QVERIFY(awaitTask(m_client->downloadSummaryDocx(config(), id)).value);
+        QCOMPARE(m_sent.size(), 4);
         QCOMPARE(m_sent[0].timeLimit, Timing::Duration(60s));
         QCOMPARE(m_sent[1].timeLimit, Timing::Duration(900s));
-        QCOMPARE(m_sent[2].timeLimit, Timing::Duration(60s));
+        QCOMPARE(m_sent[2].timeLimit, Timing::Duration(900s));
+        QCOMPARE(m_sent[3].timeLimit, Timing::Duration(60s));
 
         // The limits at work, scaled down: a slow memo is waited for, a slow poll is not.
         Timing quick;
@@ -335,73 +251,64 @@ private Q_SLOTS:
         QCOMPARE(error->kind(), TransportError::Kind::TimedOut);
     }
 
-    void theMemoRequestSendsItsFallbackLinesOnlyWhenThereAreAny() {
-        const auto created = awaitTask(m_client->createSession(config(), finnishSession()));
-        QVERIFY(created.value);
-        const QString id = created.value->sessionId;
-
-        QVERIFY(awaitTask(m_client->generateSummary(config(), id, {})).value);
-        const auto bare = backend().requests().last();
-        QCOMPARE(bare.method, "POST"_ba);
-        QCOMPARE(bare.path, u"/v1/sessions/%1/summary"_s.arg(id));
-        QCOMPARE(bare.header("content-type"), "application/json"_ba);
-        QVERIFY(!bare.hasHeader("content-length"));
-        QVERIFY(bare.body.isEmpty());
-
-        const QList<SummaryGenerateRequest::Segment> lines{
-            {u"Aloitetaan budjetista."_s, u"2024-05-02T08:00:01Z"_s, u"Anna"_s},
-            {u"Päätetään aikataulusta."_s, u"2024-05-02T08:00:09Z"_s}};
-        const auto memo = awaitTask(m_client->generateSummary(config(), id, lines));
-        QVERIFY(memo.value);
-        const auto withLines = backend().requests().last();
-        QCOMPARE(withLines.header("content-type"), "application/json"_ba);
-        const auto sent = SummaryGenerateRequest::fromJson(
-            JsonReader(QJsonDocument::fromJson(withLines.body).object()));
-        QCOMPARE(sent.transcriptSegments, lines);
-    }
-
+    // The base address has a path of its own, which the client replaces.
     void aSessionFromStartToDeletion() {
-        const auto created = awaitTask(m_client->createSession(config(), finnishSession()));
+        STTConfiguration config = this->config();
+        config.baseURL += u"/api/v9/"_s;
+        const auto health = awaitTask(m_client->health(config));
+        QVERIFY(health.value && health.value->ok && health.value->memoAI);
+        const auto manifest = awaitTask(m_client->fetchUpdateManifest(
+            backend().baseUrl().toString() + u"/updates/latest-mac.json"_s));
+        QVERIFY(manifest.value && !manifest.value->version.isEmpty());
+        QCOMPARE(backend().requests().size(), 2);
+        for (const auto& request : backend().requests()) {
+            QVERIFY2(!request.hasHeader("x-api-key") && !request.hasHeader("x-auth-token"),
+                     "health and the manifest carry no credentials");
+        }
+
+        const auto created = awaitTask(m_client->createSession(config, finnishSession()));
         QVERIFY(created.value);
         const QString id = created.value->sessionId;
         QVERIFY(created.value->wsUrl.startsWith(u"ws://"_s));
 
-        const auto active = awaitTask(m_client->getSessionMeta(config(), id));
+        const auto active = awaitTask(m_client->getSessionMeta(config, id));
         QCOMPARE(active.value->status, std::optional(u"active"_s));
 
-        QVERIFY(!awaitTask(m_client->stopSession(config(), id)).error);
+        QVERIFY(!awaitTask(m_client->stopSession(config, id)).error);
         QCOMPARE(backend().requests().last().path, u"/v1/sessions/%1/stop"_s.arg(id));
-        const auto stopped = awaitTask(m_client->getSessionMeta(config(), id));
+        const auto stopped = awaitTask(m_client->getSessionMeta(config, id));
         QVERIFY(stopped.value);
         QCOMPARE(stopped.value->id, std::optional(id));
         QCOMPARE(stopped.value->status, std::optional(u"stopped"_s));
         QVERIFY(stopped.value->endedAt);
         QCOMPARE(stopped.value->language, std::optional(u"fi"_s));
 
-        const auto transcript = awaitTask(m_client->getTranscript(config(), id));
+        const auto transcript = awaitTask(m_client->getTranscript(config, id));
         QVERIFY(transcript.value);
         QCOMPARE(transcript.value->sessionId, id);
         QVERIFY(transcript.value->segments.isEmpty());
 
         const auto memo = awaitTask(m_client->generateSummary(
-            config(), id, {{u"Sovittiin seuraava tapaaminen."_s, u"2024-05-02T08:00:01Z"_s}}));
+            config, id, {{u"Sovittiin seuraava tapaaminen."_s, u"2024-05-02T08:00:01Z"_s}}));
         QVERIFY(memo.value);
         QCOMPARE(memo.value->sessionId, id);
         QVERIFY(!memo.value->createdAt.isEmpty());
 
-        const auto docx = awaitTask(m_client->downloadSummaryDocx(config(), id));
-        QVERIFY(docx.value);
-        QVERIFY(docx.value->startsWith("PK\x03\x04"));
-
-        const auto listed = awaitTask(m_client->listSessions(config(), u"stopped"_s, 10));
+        // The list's query goes out clamped, with the status trimmed.
+        const auto listed = awaitTask(m_client->listSessions(config, u" stopped\n"_s, 500));
         QVERIFY(listed.value);
+        QCOMPARE(backend().requests().last().query.toString(QUrl::FullyEncoded),
+                 u"limit=100&status=stopped"_s);
         QCOMPARE(listed.value->size(), 1);
         QCOMPARE(listed.value->first().id, std::optional(id));
-        QVERIFY(awaitTask(m_client->listSessions(config(), u"active"_s, 10)).value->isEmpty());
+        const auto none = awaitTask(m_client->listSessions(config, u"active"_s, 0));
+        QVERIFY(none.value && none.value->isEmpty());
+        QCOMPARE(backend().requests().last().query.toString(QUrl::FullyEncoded),
+                 u"limit=1&status=active"_s);
 
-        QVERIFY(!awaitTask(m_client->deleteSession(config(), id)).error);
+        QVERIFY(!awaitTask(m_client->deleteSession(config, id)).error);
         QCOMPARE(backend().requests().last().method, "DELETE"_ba);
-        const auto gone = awaitTask(m_client->getSessionMeta(config(), id));
+        const auto gone = awaitTask(m_client->getSessionMeta(config, id));
         QCOMPARE(apiErrorText(gone), u"Sessiota ei löydy"_s);
     }
 

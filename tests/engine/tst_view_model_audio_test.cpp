@@ -125,8 +125,9 @@ private Q_SLOTS:
         QCOMPARE(vm.statusText(), UiText::audioTestStopRecordingFirst);
         QVERIFY(!vm.isAudioTestRunning());
         QCOMPARE(h.microphoneBackend.requestedDevices().size(), starts);
+        const QString id = vm.sessionId();
         vm.stopRecording();
-        QTRY_VERIFY_WITH_TIMEOUT(vm.canStart(), kEngineWaitMs);
+        QTRY_VERIFY_WITH_TIMEOUT(h.session(id)->isStopped(), kEngineWaitMs);
     }
 };
 

@@ -1,4 +1,5 @@
 #include "engine/AudioTestVerdict.h"
+#include "text/UiText.h"
 
 #include <QTest>
 
@@ -9,13 +10,11 @@ Q_DECLARE_METATYPE(vesnara::AudioInputMode)
 
 namespace {
 
-const QString kNoAudio = u"Äänitesti valmis: Ei havaittua audiodataa"_s;
-const QString kQuiet = u"Äänitesti valmis: audiodata hyvin hiljainen"_s;
-const QString kOk = u"Äänitesti valmis: taso ok"_s;
-const QString kRaiseLevel = u"Nosta input-tasoa tai siirrä mikrofoni lähemmäs puhujaa."_s;
-const QString kMicSilent =
-    u"Mikrofoni ei tuota dataa; vaihda mikrofoni Auto-tilaan tai toiseen laitteeseen."_s;
-const QString kWorks = u"Äänilähde toimii. Voit aloittaa litteroinnin."_s;
+const QString& kNoAudio = UiText::audioTestNoAudio;
+const QString& kQuiet = UiText::audioTestVeryQuiet;
+const QString& kOk = UiText::audioTestLevelOk;
+const QString& kRaiseLevel = UiText::audioTestAdviceRaiseLevel;
+const QString& kWorks = UiText::audioTestAdviceSourceWorks;
 
 /// `mic` and `system` are the levels of the frames each source delivered.
 AudioTestFigures figuresOf(const QList<double>& mic, const QList<double>& system) {
@@ -44,24 +43,18 @@ private Q_SLOTS:
         const auto mixed = AudioInputMode::microphoneAndSystem;
         const QList<double> none;
         QTest::newRow("nothing, microphone")
-            << micMode << none << none << kNoAudio
-            << u"Tarkista mikrofonin valinta ja järjestelmän ääniasetukset."_s;
+            << micMode << none << none << kNoAudio << UiText::audioTestAdviceNoMicrophone;
         QTest::newRow("nothing, system")
-            << systemMode << none << none << kNoAudio
-            << u"Tarkista, että äänipalvelin on käynnissä ja ääntä toistetaan valitusta lähteestä."_s;
+            << systemMode << none << none << kNoAudio << UiText::audioTestAdviceNoSystemAudio;
         QTest::newRow("nothing, mixed")
-            << mixed << none << none << kNoAudio
-            << u"Tarkista sekä mikrofoni että systeemiäänen lähde järjestelmän ääniasetuksista."_s;
+            << mixed << none << none << kNoAudio << UiText::audioTestAdviceNoMixedAudio;
         // The level advice wins over the advice about a silent source of the mix.
-        QTest::newRow("mixed, both quiet") << mixed << QList<double>{0.001, 0.003}
-                                           << QList<double>{0.002} << kQuiet << kRaiseLevel;
         QTest::newRow("mixed, microphone only, quiet")
-            << mixed << QList<double>{0.001} << none << kQuiet << kRaiseLevel;
-        QTest::newRow("mixed, microphone only, loud")
-            << mixed << QList<double>{0.2} << none << kOk
-            << u"Systeemiääni ei tuota dataa; tarkista äänilähtö/sovellussuodatin tai äänipalvelin."_s;
-        QTest::newRow("mixed, system only, loud")
-            << mixed << none << QList<double>{0.2} << kOk << kMicSilent;
+            << mixed << QList<double>{0.001, 0.003} << none << kQuiet << kRaiseLevel;
+        QTest::newRow("mixed, microphone only, loud") << mixed << QList<double>{0.2} << none << kOk
+                                                      << UiText::audioTestAdviceMixedSystemSilent;
+        QTest::newRow("mixed, system only, loud") << mixed << none << QList<double>{0.2} << kOk
+                                                  << UiText::audioTestAdviceMixedMicrophoneSilent;
         QTest::newRow("mixed, both loud")
             << mixed << QList<double>{0.2} << QList<double>{0.1} << kOk << kWorks;
         // The threshold is on the peak, and strict.
@@ -90,8 +83,8 @@ private Q_SLOTS:
                  u"Äänitesti: frameja 3, mic 2, systeemi 1, avg 0.140, huippu 0.300. Suositus: "_s +
                      kWorks);
         QCOMPARE(audioTestDiagnosticHint(AudioInputMode::microphone, AudioTestFigures{}),
-                 u"Äänitesti: frameja 0, mic 0, systeemi 0, avg 0.000, huippu 0.000. Suositus: "
-                 u"Tarkista mikrofonin valinta ja järjestelmän ääniasetukset."_s);
+                 u"Äänitesti: frameja 0, mic 0, systeemi 0, avg 0.000, huippu 0.000. Suositus: "_s +
+                     UiText::audioTestAdviceNoMicrophone);
     }
 };
 

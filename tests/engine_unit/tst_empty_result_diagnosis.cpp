@@ -1,4 +1,5 @@
 #include "engine/EmptyResultDiagnosis.h"
+#include "text/UiText.h"
 
 #include <QTest>
 
@@ -9,16 +10,10 @@ Q_DECLARE_METATYPE(vesnara::AudioInputMode)
 
 namespace {
 
-const QString kTooShort =
-    u"Tallennus jäi hyvin lyhyeksi eikä puhetta ehtinyt syntyä. Tee äänitesti ja kokeile uudelleen."_s;
-const QString kSilentMicrophone =
-    u"Äänitaso oli lähes nolla. Tarkista mikrofoni tai valitse oikea äänilähde ja tee äänitesti."_s;
-const QString kSilentMixed =
-    u"Mikin ja systeemiäänen taso oli lähes nolla. Tarkista äänilähteet ja tee äänitesti."_s;
-const QString kQuiet =
-    u"Ääni oli hyvin hiljainen eikä puheentunnistus saanut sanoja. Tarkista äänilähde ja tee äänitesti."_s;
-const QString kNoText =
-    u"Ääntä lähetettiin, mutta puheentunnistus ei palauttanut tekstiä. Kokeile äänitestiä tai toista mallia."_s;
+const QString& kTooShort = UiText::hintEmptyResultTooShort;
+const QString& kSilentMixed = UiText::hintEmptyResultSilentMixed;
+const QString& kQuiet = UiText::hintEmptyResultQuiet;
+const QString& kNoText = UiText::hintEmptyResultNoText;
 
 } // namespace
 
@@ -38,10 +33,10 @@ private Q_SLOTS:
         QTest::newRow("9 frames, loud") << qint64(9) << 0.3 << 0.9 << mic << kTooShort;
         QTest::newRow("1 frame, silent") << qint64(1) << 0.0 << 0.0 << system << kTooShort;
         QTest::newRow("10 frames, silent, microphone")
-            << qint64(10) << 0.0 << 0.0 << mic << kSilentMicrophone;
+            << qint64(10) << 0.0 << 0.0 << mic << UiText::hintEmptyResultSilentMicrophone;
         QTest::newRow("silent, system audio, Linux wording")
             << qint64(100) << 0.0009 << 0.0199 << system
-            << u"Systeemiäänen taso oli lähes nolla. Tarkista valittu äänilähtö/sovellus ja että äänipalvelin on käynnissä."_s;
+            << UiText::hintEmptyResultSilentSystemAudio;
         QTest::newRow("silent, mixed") << qint64(100) << 0.0 << 0.0 << mixed << kSilentMixed;
         QTest::newRow("average 0.0009 with peak 0.03 is quiet, not silent")
             << qint64(100) << 0.0009 << 0.03 << mic << kQuiet;

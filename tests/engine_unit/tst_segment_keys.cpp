@@ -19,7 +19,6 @@ private Q_SLOTS:
     void normalizesCaseAndWhiteSpace_data() {
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("plain") << u"hyvää päivää"_s << u"hyvää päivää"_s;
         QTest::newRow("case and double blank") << u"Hyvää  Päivää"_s << u"hyvää päivää"_s;
         QTest::newRow("tabs, newlines, ends") << u"\t Hyvää\n\r päivää \n"_s << u"hyvää päivää"_s;
         QTest::newRow("non-breaking and ideographic spaces")
@@ -39,7 +38,6 @@ private Q_SLOTS:
         QTest::newRow("10:00:00.0") << kTen << u"1772618400|hei"_s;
         QTest::newRow("10:00:00.4 rounds down") << kTen + 0.4 << u"1772618400|hei"_s;
         QTest::newRow("10:00:00.5 rounds up") << kTen + 0.5 << u"1772618401|hei"_s;
-        QTest::newRow("10:00:00.6 rounds up") << kTen + 0.6 << u"1772618401|hei"_s;
         QTest::newRow("09:59:59.5 rounds up to 10:00:00") << kTen - 0.5 << u"1772618400|hei"_s;
         QTest::newRow("before 1970, half goes away from zero") << -1.5 << u"-2|hei"_s;
     }

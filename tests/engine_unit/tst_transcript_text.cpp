@@ -33,9 +33,8 @@ private Q_SLOTS:
         QCOMPARE(transcriptText(segments), u"[11:15:02] Aloitetaan.\n"
                                            u"[11:16:03] [Puhuja 1] Hyvä on.\n"
                                            u"[12:15:02] [] Kuka puhuu?"_s);
+        QCOMPARE(transcriptText({}), QString());
     }
-
-    void noSegmentsGiveEmptyText() { QCOMPARE(transcriptText({}), QString()); }
 
     void wordsAreRunsBetweenWhiteSpace_data() {
         QTest::addColumn<QString>("text");

@@ -1,12 +1,11 @@
 #include "refbackend/EnergyRecognizer.h"
+#include "support/TestAudio.h"
 
 #include <QJsonObject>
 #include <QRegularExpression>
 #include <QTest>
-#include <QtEndian>
 
 #include <cmath>
-#include <numbers>
 
 using namespace Qt::StringLiterals;
 using vesnara::Timestamp;
@@ -21,14 +20,7 @@ const Timestamp kSessionStart = Timestamp::fromUnixSeconds(1772615699.5);
 
 /// A 1 kHz sine of the given peak amplitude (0…1 of full scale).
 QByteArray tone(double seconds, double amplitude) {
-    const int count = int(std::lround(seconds * kRate));
-    QByteArray pcm(qsizetype(count) * 2, Qt::Uninitialized);
-    for (int i = 0; i < count; ++i) {
-        const double value =
-            amplitude * 32767.0 * std::sin(2.0 * std::numbers::pi * 1000.0 * i / kRate);
-        qToLittleEndian(qint16(std::lround(value)), pcm.data() + 2 * i);
-    }
-    return pcm;
+    return vesnara::test::sineTonePcm16(1000.0, amplitude, int(std::lround(seconds * kRate)));
 }
 
 QByteArray silence(double seconds) {
@@ -58,12 +50,17 @@ QList<QJsonObject> ofType(const QList<QJsonObject>& events, const QString& type)
     return matching;
 }
 
-/// The seconds a final states, or NaN when its text is not of the one honest form.
-double finalSeconds(const QJsonObject& final) {
+/// The seconds each final states; NaN for a text not of the one honest form.
+QList<double> lengthsOf(const QList<QJsonObject>& events) {
     static const QRegularExpression form(uR"(^\[Puhetta (\d+),(\d) s\]$)"_s);
-    const auto match = form.match(final.value(u"text"_s).toString());
-    return match.hasMatch() ? match.captured(1).toInt() + match.captured(2).toInt() / 10.0
-                            : std::nan("");
+    QList<double> lengths;
+    for (const QJsonObject& final : ofType(events, u"final"_s)) {
+        const auto match = form.match(final.value(u"text"_s).toString());
+        lengths.append(match.hasMatch()
+                           ? match.captured(1).toInt() + match.captured(2).toInt() / 10.0
+                           : std::nan(""));
+    }
+    return lengths;
 }
 
 } // namespace
@@ -86,11 +83,12 @@ private Q_SLOTS:
         QCOMPARE(events.first(),
                  (QJsonObject{{u"type"_s, u"status"_s}, {u"state"_s, u"listening"_s}}));
         const QList<QJsonObject> finals = ofType(events, u"final"_s);
-        QCOMPARE(finals.size(), 2);
-        QVERIFY2(std::abs(finalSeconds(finals[0]) - 2.0) <= 0.1 + 1e-9,
-                 qPrintable(finals[0].value(u"text"_s).toString()));
-        QVERIFY2(std::abs(finalSeconds(finals[1]) - 1.5) <= 0.1 + 1e-9,
-                 qPrintable(finals[1].value(u"text"_s).toString()));
+        const QList<double> lengths = lengthsOf(events);
+        QCOMPARE(lengths.size(), 2);
+        for (int i : {0, 1}) {
+            QVERIFY2(std::abs(lengths[i] - (i ? 1.5 : 2.0)) <= 0.1 + 1e-9,
+                     qPrintable(finals[i].value(u"text"_s).toString()));
+        }
         // Session start 09:14:59.5 plus 0.0–0.1 s and 3.0–3.1 s of audio.
         QCOMPARE(finals[0].value(u"ts"_s).toString(), u"2026-03-04T09:14:59Z"_s);
         QCOMPARE(finals[1].value(u"ts"_s).toString(), u"2026-03-04T09:15:02Z"_s);
@@ -101,9 +99,7 @@ private Q_SLOTS:
         QTest::addColumn<int>("chunkBytes");
         QTest::newRow("1 byte") << 1;
         QTest::newRow("3 bytes") << 3;
-        QTest::newRow("333 bytes") << 333;
         QTest::newRow("one block and a byte") << 3201;
-        QTest::newRow("20 ms frames") << 640;
     }
     void sameEventsHoweverTheAudioIsCut() {
         QFETCH(int, chunkBytes);
@@ -117,7 +113,6 @@ private Q_SLOTS:
         QTest::addColumn<double>("amplitude");
         QTest::addColumn<bool>("reported");
         // A sine's mean absolute value is 0.637 of its peak, its RMS 0.707.
-        QTest::newRow("below on both scales") << 0.02 << false;
         QTest::newRow("below, though its RMS is above") << 0.030 << false;
         QTest::newRow("just above") << 0.033 << true;
         QTest::newRow("full scale") << 1.0 << true;
@@ -146,10 +141,7 @@ private Q_SLOTS:
     void segmentsNeedEnoughSpeechAndEnoughPause() {
         QFETCH(QByteArray, audio);
         QFETCH(QList<double>, lengths);
-        QList<double> reported;
-        for (const QJsonObject& final : ofType(run(audio), u"final"_s))
-            reported.append(finalSeconds(final));
-        QCOMPARE(reported, lengths);
+        QCOMPARE(lengthsOf(run(audio)), lengths);
     }
 
     void partialsFollowSpeechAtMostEveryHalfSecond() {
@@ -171,11 +163,8 @@ private Q_SLOTS:
         const QByteArray audio = tone(0.4, 0.9) + silence(1.0) + tone(1.0, 0.3) + silence(1.0) +
                                  tone(1.0, 0.9) + silence(0.3) + tone(1.0, 0.9) + silence(0.3);
         const QList<QJsonObject> events = run(audio, 0, strict);
-        QList<double> lengths;
-        for (const QJsonObject& final : ofType(events, u"final"_s))
-            lengths.append(finalSeconds(final));
         // Too short, then too quiet (0.19 mean absolute), then two segments split by 300 ms.
-        QCOMPARE(lengths, (QList<double>{1.0, 1.0}));
+        QCOMPARE(lengthsOf(events), (QList<double>{1.0, 1.0}));
         QCOMPARE(ofType(events, u"partial"_s).size(), 2 * 6);
     }
 

@@ -16,13 +16,9 @@ using vesnara::test::writeFile;
 
 namespace {
 
-QByteArray u32le(quint32 value) {
-    QByteArray bytes(4, '\0');
-    qToLittleEndian(value, bytes.data());
-    return bytes;
-}
-QByteArray u16le(quint16 value) {
-    QByteArray bytes(2, '\0');
+// `value` as little-endian bytes.
+template <typename T> QByteArray le(T value) {
+    QByteArray bytes(sizeof(T), '\0');
     qToLittleEndian(value, bytes.data());
     return bytes;
 }
@@ -30,16 +26,16 @@ QByteArray u16le(quint16 value) {
 // Built field by field here rather than by the writer, so a wrong field there shows up.
 QByteArray canonicalWav(int rate, int channels, int bits, const QByteArray& pcm) {
     const int blockAlign = channels * bits / 8;
-    return "RIFF" + u32le(quint32(36 + pcm.size())) + "WAVEfmt " + u32le(16) + u16le(1) +
-           u16le(quint16(channels)) + u32le(quint32(rate)) + u32le(quint32(rate * blockAlign)) +
-           u16le(quint16(blockAlign)) + u16le(quint16(bits)) + "data" + u32le(quint32(pcm.size())) +
-           pcm;
+    return "RIFF" + le<quint32>(quint32(36 + pcm.size())) + "WAVEfmt " + le<quint32>(16) +
+           le<quint16>(1) + le<quint16>(quint16(channels)) + le<quint32>(quint32(rate)) +
+           le<quint32>(quint32(rate * blockAlign)) + le<quint16>(quint16(blockAlign)) +
+           le<quint16>(quint16(bits)) + "data" + le<quint32>(quint32(pcm.size())) + pcm;
 }
 
 QByteArray samples(int count, int seed = 1) {
     QByteArray pcm;
     for (int i = 0; i < count; ++i)
-        pcm += u16le(quint16(i * 257 + seed));
+        pcm += le<quint16>(quint16(i * 257 + seed));
     return pcm;
 }
 
@@ -162,20 +158,20 @@ private Q_SLOTS:
         QTest::newRow("empty") << QByteArray();
         QTest::newRow("header only, cut") << good.left(43);
         QTest::newRow("junk") << QByteArray(200, '\x7f');
-        QTest::newRow("RIFF size too big") << patched(good, 4, u32le(100));
+        QTest::newRow("RIFF size too big") << patched(good, 4, le<quint32>(100));
         QTest::newRow("not WAVE") << patched(good, 8, "AVI ");
-        QTest::newRow("fmt chunk of 18 bytes") << patched(good, 16, u32le(18));
-        QTest::newRow("IEEE float") << patched(good, 20, u16le(3));
-        QTest::newRow("no channels") << patched(good, 22, u16le(0));
-        QTest::newRow("rate 0") << patched(good, 24, u32le(0));
-        QTest::newRow("byte rate wrong") << patched(good, 28, u32le(16000));
-        QTest::newRow("block align wrong") << patched(good, 32, u16le(4));
-        QTest::newRow("12 bits") << patched(good, 34, u16le(12));
+        QTest::newRow("fmt chunk of 18 bytes") << patched(good, 16, le<quint32>(18));
+        QTest::newRow("IEEE float") << patched(good, 20, le<quint16>(3));
+        QTest::newRow("no channels") << patched(good, 22, le<quint16>(0));
+        QTest::newRow("rate 0") << patched(good, 24, le<quint32>(0));
+        QTest::newRow("byte rate wrong") << patched(good, 28, le<quint32>(16000));
+        QTest::newRow("block align wrong") << patched(good, 32, le<quint16>(4));
+        QTest::newRow("12 bits") << patched(good, 34, le<quint16>(12));
         QTest::newRow("LIST before data") << patched(good, 36, "LIST");
         QTest::newRow("truncated data") << good.left(good.size() - 2);
         QTest::newRow("trailing bytes") << good + "ab";
         QTest::newRow("half a sample")
-            << patched(patched(good, 40, u32le(19)), 4, u32le(36 + 19)).left(44 + 19);
+            << patched(patched(good, 40, le<quint32>(19)), 4, le<quint32>(36 + 19)).left(44 + 19);
     }
     void readRejectsEverythingElse() {
         QFETCH(QByteArray, bytes);

@@ -267,14 +267,10 @@ private Q_SLOTS:
             u"token"_s);
         row("create with null id", u"createResponse"_s,
             R"({"sessionId":null,"wsUrl":"ws:\/\/h","token":"t"})", u"sessionId"_s);
-        row("create with numeric id", u"createResponse"_s,
-            R"({"sessionId":17,"wsUrl":"ws:\/\/h","token":"t"})", u"sessionId"_s);
         row("summary segment without ts", u"summaryRequest"_s,
             R"({"transcriptSegments":[{"text":"a"}]})", u"transcriptSegments[0].ts"_s);
         row("memo missing", u"summaryPayload"_s, R"({"sessionId":"s","createdAt":"c"})",
             u"summary"_s);
-        row("memo as text", u"summaryPayload"_s,
-            R"({"sessionId":"s","createdAt":"c","summary":"Muistio"})", u"summary"_s);
         row("memo confidence as text", u"summaryPayload"_s,
             R"({"sessionId":"s","createdAt":"c","summary":{"confidence":"high"}})",
             u"summary.confidence"_s);
@@ -293,7 +289,6 @@ private Q_SLOTS:
             R"({"ok":true,"time":"t","memoAI":{"configured":"yes"}})", u"memoAI.configured"_s);
         row("memo status as array", u"health"_s, R"({"ok":true,"time":"t","memoAI":[]})",
             u"memoAI"_s);
-        row("meta bytes as text", u"sessionMeta"_s, R"({"audioBytes":"3200"})", u"audioBytes"_s);
         row("meta frames fractional", u"sessionMeta"_s, R"({"audioFrameCount":1.5})",
             u"audioFrameCount"_s);
         row("meta error code as text", u"sessionMeta"_s, R"({"lastSttError":{"code":"E14"}})",

@@ -2,6 +2,7 @@
 #include "backend/STTRequests.h"
 #include "model/STTConfiguration.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QNetworkRequest>
 #include <QTest>
@@ -38,8 +39,6 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("expected");
         QTest::newRow("bare host") << u"http://127.0.0.1:8787"_s << kSessionsPath
                                    << "http://127.0.0.1:8787/v1/sessions"_ba;
-        QTest::newRow("trailing slash") << u"http://127.0.0.1:8787/"_s << kSessionsPath
-                                        << "http://127.0.0.1:8787/v1/sessions"_ba;
         QTest::newRow("path is dropped, not prefixed")
             << u"https://stt.example.com/api"_s << kHealthPath
             << "https://stt.example.com/health"_ba;
@@ -86,33 +85,20 @@ private Q_SLOTS:
 
     void sessionIdsStayOneSegment_data() {
         QTest::addColumn<QString>("sessionId");
-        QTest::addColumn<int>("resource");
         QTest::addColumn<QByteArray>("expected");
-        const auto resource = [](SessionResource r) { return static_cast<int>(r); };
-        QTest::newRow("meta") << u"4f1c-88"_s << resource(SessionResource::Meta)
-                              << "http://h/v1/sessions/4f1c-88"_ba;
-        QTest::newRow("stop") << u"s1"_s << resource(SessionResource::Stop)
-                              << "http://h/v1/sessions/s1/stop"_ba;
-        QTest::newRow("transcript") << u"s1"_s << resource(SessionResource::Transcript)
-                                    << "http://h/v1/sessions/s1/transcript"_ba;
-        QTest::newRow("summary") << u"s1"_s << resource(SessionResource::Summary)
-                                 << "http://h/v1/sessions/s1/summary"_ba;
-        QTest::newRow("slash is escaped")
-            << u"a/b"_s << resource(SessionResource::Stop) << "http://h/v1/sessions/a%2Fb/stop"_ba;
-        QTest::newRow("climbing id") << u"../../health"_s << resource(SessionResource::Meta)
-                                     << "http://h/v1/sessions/..%2F..%2Fhealth"_ba;
+        QTest::newRow("plain") << u"4f1c-88"_s << "http://h/v1/sessions/4f1c-88/stop"_ba;
+        QTest::newRow("slash is escaped") << u"a/b"_s << "http://h/v1/sessions/a%2Fb/stop"_ba;
+        QTest::newRow("climbing id")
+            << u"../../health"_s << "http://h/v1/sessions/..%2F..%2Fhealth/stop"_ba;
         QTest::newRow("query and fragment marks")
-            << u"a b?c=d#e%"_s << resource(SessionResource::Meta)
-            << "http://h/v1/sessions/a%20b%3Fc%3Dd%23e%25"_ba;
-        QTest::newRow("non-ASCII") << u"istunto-ä"_s << resource(SessionResource::Meta)
-                                   << "http://h/v1/sessions/istunto-%C3%A4"_ba;
+            << u"a b?c=d#e%"_s << "http://h/v1/sessions/a%20b%3Fc%3Dd%23e%25/stop"_ba;
+        QTest::newRow("non-ASCII")
+            << u"istunto-ä"_s << "http://h/v1/sessions/istunto-%C3%A4/stop"_ba;
     }
     void sessionIdsStayOneSegment() {
         QFETCH(QString, sessionId);
-        QFETCH(int, resource);
         QFETCH(QByteArray, expected);
-        const QUrl url = endpointURL(sessionPath(sessionId, static_cast<SessionResource>(resource)),
-                                     u"http://h"_s);
+        const QUrl url = endpointURL(sessionPath(sessionId, SessionResource::Stop), u"http://h"_s);
         QCOMPARE(url.toEncoded(), expected);
         QCOMPARE(url.query(), QString());
         QCOMPARE(url.fragment(), QString());
@@ -139,18 +125,16 @@ private Q_SLOTS:
         const std::optional<QString> none;
         QTest::newRow("in range, no status") << 50 << none << u"limit=50"_s;
         QTest::newRow("zero") << 0 << none << u"limit=1"_s;
-        QTest::newRow("negative") << -7 << none << u"limit=1"_s;
         QTest::newRow("smallest int") << INT_MIN << none << u"limit=1"_s;
         QTest::newRow("lower bound") << 1 << none << u"limit=1"_s;
         QTest::newRow("upper bound") << 100 << none << u"limit=100"_s;
-        QTest::newRow("too many") << 500 << none << u"limit=100"_s;
+        QTest::newRow("just above") << 101 << none << u"limit=100"_s;
         QTest::newRow("largest int") << INT_MAX << none << u"limit=100"_s;
         QTest::newRow("status after limit")
             << 20 << std::optional(u"active"_s) << u"limit=20&status=active"_s;
         QTest::newRow("padded status")
             << 20 << std::optional(u"  active\n"_s) << u"limit=20&status=active"_s;
         QTest::newRow("blank status") << 20 << std::optional(u" \t\n"_s) << u"limit=20"_s;
-        QTest::newRow("empty status") << 20 << std::optional(u""_s) << u"limit=20"_s;
         QTest::newRow("status with delimiters")
             << 20 << std::optional(u"a&b=c+d #e"_s) << u"limit=20&status=a%26b%3Dc%2Bd%20%23e"_s;
     }
@@ -169,8 +153,6 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("expectedKey");
         QTest::addColumn<QByteArray>("expectedToken");
         const std::optional<QString> noToken;
-        QTest::newRow("both") << u"k-123"_s << std::optional(u"tok"_s) << "k-123"_ba
-                              << "tok"_ba;
         QTest::newRow("trimmed") << u"  k-123\r\n"_s << std::optional(u"\ttok "_s) << "k-123"_ba
                                  << "tok"_ba;
         QTest::newRow("Unicode blanks trimmed")
@@ -213,30 +195,19 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("body");
         QTest::addColumn<QString>("expectedError"); // null when the answer passes
         QTest::newRow("200") << std::optional(200) << "{}"_ba << QString();
-        QTest::newRow("204 empty") << std::optional(204) << QByteArray() << QString();
         QTest::newRow("299") << std::optional(299) << "<html/>"_ba << QString();
         QTest::newRow("success with an error key")
             << std::optional(200) << R"({"error":"x"})"_ba << QString();
         QTest::newRow("199") << std::optional(199) << QByteArray() << u"Palvelinvirhe (199)"_s;
         QTest::newRow("300") << std::optional(300) << QByteArray() << u"Palvelinvirhe (300)"_s;
-        QTest::newRow("error text")
-            << std::optional(404) << R"({"error":"not found"})"_ba << u"not found"_s;
         QTest::newRow("error text in Finnish")
             << std::optional(401) << R"({"error":"Väärä avain","detail":"x"})"_ba
             << u"Väärä avain"_s;
         QTest::newRow("empty error text") << std::optional(500) << R"({"error":""})"_ba << u""_s;
         QTest::newRow("detail is not read")
             << std::optional(404) << R"({"detail":"not found"})"_ba << u"Palvelinvirhe (404)"_s;
-        QTest::newRow("message is not read")
-            << std::optional(503) << R"({"message":"busy"})"_ba << u"Palvelinvirhe (503)"_s;
-        QTest::newRow("HTML page")
-            << std::optional(404) << "<html><body>404</body></html>"_ba << u"Palvelinvirhe (404)"_s;
         QTest::newRow("numeric error")
             << std::optional(404) << R"({"error":42})"_ba << u"Palvelinvirhe (404)"_s;
-        QTest::newRow("null error")
-            << std::optional(500) << R"({"error":null})"_ba << u"Palvelinvirhe (500)"_s;
-        QTest::newRow("error object")
-            << std::optional(502) << R"({"error":{"message":"x"}})"_ba << u"Palvelinvirhe (502)"_s;
         QTest::newRow("array body")
             << std::optional(400) << R"(["error"])"_ba << u"Palvelinvirhe (400)"_s;
         QTest::newRow("truncated JSON")
@@ -273,17 +244,11 @@ private Q_SLOTS:
 
     void summaryBodyOnlyWithLines() {
         QVERIFY(!summaryRequestBody({}));
-
-        const auto body = summaryRequestBody({
-            {.text = u"Hei"_s, .ts = u"2026-02-11T10:00:00Z"_s, .speakerLabel = u"S1"_s},
-            {.text = u"Moi"_s, .ts = u"2026-02-11T10:00:02Z"_s, .speakerLabel = std::nullopt},
-        });
+        const auto body = summaryRequestBody({{.text = u"Hei"_s, .ts = u"t"_s}});
         QVERIFY(body);
+        const QJsonObject line{{u"text"_s, u"Hei"_s}, {u"ts"_s, u"t"_s}};
         QCOMPARE(QJsonDocument::fromJson(*body).object(),
-                 QJsonDocument::fromJson(R"({"transcriptSegments":[
-                     {"text":"Hei","ts":"2026-02-11T10:00:00Z","speakerLabel":"S1"},
-                     {"text":"Moi","ts":"2026-02-11T10:00:02Z"}]})")
-                     .object());
+                 (QJsonObject{{u"transcriptSegments"_s, QJsonArray{line}}}));
     }
 };
 

@@ -1,18 +1,19 @@
 #include "audio/MicrophonePermissionSnapshot.h"
 #include "audio/SystemAudioPermissionSnapshot.h"
 #include "storage/AppLog.h"
+#include "support/AwaitTask.h"
 #include "support/ScriptedPermissionProbe.h"
 #include "text/UiText.h"
 
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <optional>
-
 using namespace Qt::StringLiterals;
 using namespace vesnara;
 
 Q_DECLARE_METATYPE(vesnara::CaptureAuthorization)
+Q_DECLARE_METATYPE(vesnara::SystemAudioPermissionSnapshot)
+Q_DECLARE_METATYPE(vesnara::SystemAudioPermissionRequestOutcome)
 
 namespace {
 
@@ -28,13 +29,7 @@ SystemAudioProbeResult listed(int displays, int apps = 0) {
 }
 
 template <typename T> std::optional<T> runToEnd(QCoro::Task<T> task) {
-    auto result = std::make_shared<std::optional<T>>();
-    [](QCoro::Task<T> t, std::shared_ptr<std::optional<T>> out) -> QCoro::Task<> {
-        *out = co_await std::move(t);
-    }(std::move(task), result);
-    if (!QTest::qWaitFor([&result] { return result->has_value(); }, 5000))
-        return std::nullopt;
-    return *result;
+    return test::awaitTask(std::move(task)).value;
 }
 
 } // namespace
@@ -274,52 +269,37 @@ private Q_SLOTS:
                  u"screenUsageDesc=ok, audioUsageDesc=missing"_s);
     }
 
+    // The outcome reads only whether the snapshot grants and whether it points at the settings.
     void systemAudioRequestOutcomeTable_data() {
+        using Snapshot = SystemAudioPermissionSnapshot;
+        using Outcome = SystemAudioPermissionRequestOutcome;
         QTest::addColumn<bool>("before");
         QTest::addColumn<bool>("result");
-        QTest::addColumn<bool>("snapshotGranted");
-        QTest::addColumn<bool>("usage");
-        QTest::addColumn<int>("relaunch"); // -1: left unchanged
-        QTest::addColumn<bool>("help");
-        QTest::addColumn<QString>("status");
-        QTest::newRow("granted during this run") << false << true << true << true << 1 << true
-                                                 << UiText::systemAudioPermissionGrantedRelaunch;
+        QTest::addColumn<Snapshot>("after");
+        QTest::addColumn<Outcome>("expected");
+        Snapshot granted, settings;
+        granted.isGranted = true;
+        settings.shouldOpenSystemSettings = true;
+        const Outcome relaunch{true, true, UiText::systemAudioPermissionGrantedRelaunch};
+        const Outcome inUse{false, false, UiText::systemAudioPermissionInUse};
+        QTest::newRow("granted during this run") << false << true << granted << relaunch;
         QTest::newRow("granted during this run, though the request said no")
-            << false << false << true << true << 1 << true
-            << UiText::systemAudioPermissionGrantedRelaunch;
+            << false << false << granted << relaunch;
         QTest::newRow("refused, settings are the way")
-            << false << false << false << true << -1 << true
-            << UiText::systemAudioPermissionMissing;
-        QTest::newRow("granted all along")
-            << true << true << true << true << 0 << false << UiText::systemAudioPermissionInUse;
-        QTest::newRow("request said yes, checks not yet")
-            << true << true << false << true << 0 << false << UiText::systemAudioPermissionInUse;
+            << false << false << settings
+            << Outcome{std::nullopt, true, UiText::systemAudioPermissionMissing};
+        QTest::newRow("refused, no way given")
+            << false << false << Snapshot{}
+            << Outcome{std::nullopt, true, UiText::systemAudioPermissionNotObtained};
+        QTest::newRow("granted all along") << true << true << granted << inUse;
+        QTest::newRow("request said yes, checks not yet") << true << true << settings << inUse;
     }
     void systemAudioRequestOutcomeTable() {
         QFETCH(bool, before);
         QFETCH(bool, result);
-        QFETCH(bool, snapshotGranted);
-        QFETCH(bool, usage);
-        QFETCH(int, relaunch);
-        QFETCH(bool, help);
-        QFETCH(QString, status);
-        const auto snapshot = SystemAudioPermissionSnapshot::from(
-            snapshotGranted, std::nullopt, {u"id"_s, u"/p"_s, usage, usage}, false);
-        const auto outcome = decideSystemAudioPermissionRequest(before, result, snapshot);
-        QCOMPARE(outcome.shouldSuggestRelaunch,
-                 relaunch < 0 ? std::nullopt : std::optional<bool>(relaunch == 1));
-        QCOMPARE(outcome.showPermissionHelp, help);
-        QCOMPARE(outcome.statusText, status);
-    }
-
-    void refusedRequestWithoutTheSettingsWaySaysNotObtained() {
-        // A refused request whose snapshot does not point at the settings cannot come out of the
-        // table above (not granted always means "open settings"), so the third row is fed by hand.
-        SystemAudioPermissionSnapshot snapshot;
-        const auto outcome = decideSystemAudioPermissionRequest(false, false, snapshot);
-        QCOMPARE(outcome.statusText, UiText::systemAudioPermissionNotObtained);
-        QCOMPARE(outcome.shouldSuggestRelaunch, std::nullopt);
-        QVERIFY(outcome.showPermissionHelp);
+        QFETCH(SystemAudioPermissionSnapshot, after);
+        QFETCH(SystemAudioPermissionRequestOutcome, expected);
+        QCOMPARE(decideSystemAudioPermissionRequest(before, result, after), expected);
     }
 
     void probeNeedsAListingWithADisplay() {

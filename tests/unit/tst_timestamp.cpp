@@ -3,7 +3,7 @@
 #include <QTest>
 #include <QTimeZone>
 
-#include <cstring>
+#include <cmath>
 
 using namespace Qt::StringLiterals;
 using vesnara::Timestamp;
@@ -32,6 +32,9 @@ private Q_SLOTS:
         QFETCH(double, unixSeconds);
         QFETCH(QString, expected);
         QCOMPARE(Timestamp::fromUnixSeconds(unixSeconds).toIso8601(), expected);
+        const auto back = Timestamp::parseIso8601(expected);
+        QVERIFY(back);
+        QCOMPARE(back->unixSeconds(), std::floor(unixSeconds));
     }
 
     void iso8601Parses_data() {
@@ -74,16 +77,7 @@ private Q_SLOTS:
         QVERIFY(plain);
         QCOMPARE(plain->unixSeconds(), 1772615702.0);
         QVERIFY(!Timestamp::parseIso8601(u"2026-03-04T09:15:02.123Z"_s, strict));
-        QVERIFY(!Timestamp::parseIso8601(u"2026-03-04T09:15:02.Z"_s, strict));
-        QVERIFY(!Timestamp::parseIso8601(QString(), strict));
         QVERIFY(Timestamp::parseIso8601(u"2026-03-04T09:15:02.123Z"_s)); // the default reads it
-    }
-
-    void writtenIsoTextReadsBackToTheSameSecond() {
-        const Timestamp original = Timestamp::fromUnixSeconds(1772615702.75);
-        const auto back = Timestamp::parseIso8601(original.toIso8601());
-        QVERIFY(back);
-        QCOMPARE(back->unixSeconds(), 1772615702.0);
     }
 
     void localFormatsFollowTheLocalZone() {
@@ -91,13 +85,6 @@ private Q_SLOTS:
         const Timestamp t = Timestamp::fromUnixSeconds(1772615702.0); // 09:15:02 UTC, winter
         QCOMPARE(t.clockText(), u"11:15:02"_s);
         QCOMPARE(t.fileStampText(), u"20260304-111502"_s);
-    }
-
-    void orderingFollowsTime() {
-        const auto earlier = Timestamp::fromSecondsSinceReferenceDate(10.0);
-        const auto later = earlier.addingSeconds(0.25);
-        QVERIFY(earlier < later);
-        QCOMPARE(later.secondsSince(earlier), 0.25);
     }
 };
 

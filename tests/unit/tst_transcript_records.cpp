@@ -32,22 +32,24 @@ class TranscriptRecordsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void segmentRoundTripsWithUpperCaseIds() {
+    void recordsRoundTripWithUpperCaseIds() {
         const auto segment = TranscriptSegment::fromJson(JsonReader(validSegment()));
         QCOMPARE(segment.text, u"Hei kaikki"_s);
         QCOMPARE(segment.timestamp.secondsSinceReferenceDate(), 794307302.125);
         QCOMPARE(segment.speakerLabel, u"S1"_s);
+        QCOMPARE(segment.toJson(), validSegment());
 
-        const QJsonObject written = segment.toJson();
-        QCOMPARE(written, validSegment());
-        QCOMPARE(TranscriptSegment::fromJson(JsonReader(written)), segment);
-    }
-
-    void lowerCaseIdsAreReadAndWrittenUpperCase() {
+        // A lower-case id reads as the same id; unknown keys are ignored.
         QJsonObject json = validSegment();
         json[u"id"_s] = u"0f8fad5b-d9cb-469f-a165-70867728950e"_s;
-        const auto segment = TranscriptSegment::fromJson(JsonReader(json));
-        QCOMPARE(segment.toJson()[u"id"_s].toString(), u"0F8FAD5B-D9CB-469F-A165-70867728950E"_s);
+        json[u"confidence"_s] = 0.9;
+        QCOMPARE(TranscriptSegment::fromJson(JsonReader(json)), segment);
+
+        const auto pin = TranscriptPin::fromJson(JsonReader(validPin()));
+        QCOMPARE(pin.kind, TranscriptPinKind::topicChange);
+        QCOMPARE(pin.label, u"Päätös"_s);
+        QCOMPARE(pin.createdAt.secondsSinceReferenceDate(), 794307310.25);
+        QCOMPARE(pin.toJson(), validPin());
     }
 
     void optionalKeysWithoutValueAreLeftOut() {
@@ -64,72 +66,47 @@ private Q_SLOTS:
         QCOMPARE(pin.toJson(), pinJson);
     }
 
-    void pinRoundTrips() {
-        const auto pin = TranscriptPin::fromJson(JsonReader(validPin()));
-        QCOMPARE(pin.kind, TranscriptPinKind::topicChange);
-        QCOMPARE(pin.label, u"Päätös"_s);
-        QCOMPARE(pin.createdAt.secondsSinceReferenceDate(), 794307310.25);
-        QCOMPARE(pin.toJson(), validPin());
-    }
-
-    void brokenSegmentsFailNamingTheKey_data() {
+    void brokenRecordsFailNamingTheKey_data() {
+        QTest::addColumn<bool>("isPin");
         QTest::addColumn<QString>("key");
-        QTest::addColumn<QJsonValue>("value");
-        QTest::addColumn<QString>("expectedKey");
-        QTest::newRow("id missing") << u"id"_s << QJsonValue(QJsonValue::Undefined) << u"id"_s;
-        QTest::newRow("id not a UUID") << u"id"_s << QJsonValue(u"abc"_s) << u"id"_s;
+        QTest::addColumn<QJsonValue>("value"); // undefined: the key is removed
+        const QJsonValue missing(QJsonValue::Undefined);
+        QTest::newRow("id missing") << false << u"id"_s << missing;
+        QTest::newRow("id not a UUID") << false << u"id"_s << QJsonValue(u"abc"_s);
         QTest::newRow("id in braces")
-            << u"id"_s << QJsonValue(u"{0F8FAD5B-D9CB-469F-A165-70867728950E}"_s) << u"id"_s;
-        QTest::newRow("text null") << u"text"_s << QJsonValue(QJsonValue::Null) << u"text"_s;
-        QTest::newRow("text a number") << u"text"_s << QJsonValue(5) << u"text"_s;
+            << false << u"id"_s << QJsonValue(u"{0F8FAD5B-D9CB-469F-A165-70867728950E}"_s);
+        QTest::newRow("text null") << false << u"text"_s << QJsonValue(QJsonValue::Null);
+        QTest::newRow("text a number") << false << u"text"_s << QJsonValue(5);
         QTest::newRow("timestamp as ISO text")
-            << u"timestamp"_s << QJsonValue(u"2026-03-04T09:15:02Z"_s) << u"timestamp"_s;
-        QTest::newRow("speaker a number")
-            << u"speakerLabel"_s << QJsonValue(1) << u"speakerLabel"_s;
+            << false << u"timestamp"_s << QJsonValue(u"2026-03-04T09:15:02Z"_s);
+        QTest::newRow("speaker a number") << false << u"speakerLabel"_s << QJsonValue(1);
+        QTest::newRow("pin note missing (no default)") << true << u"note"_s << missing;
+        QTest::newRow("pin createdAt missing") << true << u"createdAt"_s << missing;
+        QTest::newRow("unknown pin kind") << true << u"kind"_s << QJsonValue(u"urgent"_s);
+        QTest::newRow("pin kind differently cased")
+            << true << u"kind"_s << QJsonValue(u"TopicChange"_s);
+        QTest::newRow("linked id not a UUID") << true << u"linkedSegmentId"_s << QJsonValue(u""_s);
+        QTest::newRow("pin label an array") << true << u"label"_s << QJsonValue(QJsonArray{});
     }
-    void brokenSegmentsFailNamingTheKey() {
+    void brokenRecordsFailNamingTheKey() {
+        QFETCH(bool, isPin);
         QFETCH(QString, key);
         QFETCH(QJsonValue, value);
-        QFETCH(QString, expectedKey);
-        QJsonObject json = validSegment();
+        QJsonObject json = isPin ? validPin() : validSegment();
         if (value.isUndefined())
             json.remove(key);
         else
             json[key] = value;
+        const QString path = isPin ? u"pins[3]"_s : u"segments[3]"_s;
         try {
-            TranscriptSegment::fromJson(JsonReader(json, u"segments[3]"_s));
+            if (isPin)
+                TranscriptPin::fromJson(JsonReader(json, path));
+            else
+                TranscriptSegment::fromJson(JsonReader(json, path));
             QFAIL("decoding should have failed");
         } catch (const JsonDecodeError& error) {
-            QCOMPARE(error.key(), u"segments[3]."_s + expectedKey);
+            QCOMPARE(error.key(), path + u'.' + key);
         }
-    }
-
-    void brokenPinsFail_data() {
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<QJsonValue>("value");
-        QTest::newRow("note missing (no default)")
-            << u"note"_s << QJsonValue(QJsonValue::Undefined);
-        QTest::newRow("createdAt missing") << u"createdAt"_s << QJsonValue(QJsonValue::Undefined);
-        QTest::newRow("unknown kind") << u"kind"_s << QJsonValue(u"urgent"_s);
-        QTest::newRow("kind differently cased") << u"kind"_s << QJsonValue(u"TopicChange"_s);
-        QTest::newRow("linked id not a UUID") << u"linkedSegmentId"_s << QJsonValue(u""_s);
-        QTest::newRow("label an array") << u"label"_s << QJsonValue(QJsonArray{});
-    }
-    void brokenPinsFail() {
-        QFETCH(QString, key);
-        QFETCH(QJsonValue, value);
-        QJsonObject json = validPin();
-        if (value.isUndefined())
-            json.remove(key);
-        else
-            json[key] = value;
-        QVERIFY_THROWS_EXCEPTION(JsonDecodeError, TranscriptPin::fromJson(JsonReader(json)));
-    }
-
-    void unknownKeysAreIgnored() {
-        QJsonObject json = validSegment();
-        json[u"confidence"_s] = 0.9;
-        QCOMPARE(TranscriptSegment::fromJson(JsonReader(json)).text, u"Hei kaikki"_s);
     }
 
     void aTimeThatIsNotFiniteCannotBeWritten() {

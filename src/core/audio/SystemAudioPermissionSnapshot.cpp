@@ -84,7 +84,8 @@ QCoro::Task<bool> SystemAudioPermission::permissionProbe() {
 }
 
 QCoro::Task<bool> SystemAudioPermission::requestPermission() {
-    if (co_await permissionProbe()) {
+    const bool granted = co_await permissionProbe();
+    if (granted) {
         AppLog::write(u"systemAudio requestPermission probe already granted"_s);
         co_return true;
     }
@@ -102,7 +103,8 @@ QCoro::Task<bool> SystemAudioPermission::requestPermission() {
     for (int attempt = 0; attempt < 3; ++attempt) {
         if (attempt > 0 || !prompted)
             co_await sleepFor(m_probeRetryDelay);
-        if (co_await permissionProbe()) {
+        const bool granted = co_await permissionProbe();
+        if (granted) {
             AppLog::write(u"systemAudio requestPermission grantedAfterRetry=true"_s);
             co_return true;
         }

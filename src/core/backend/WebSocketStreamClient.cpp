@@ -1,6 +1,8 @@
 #include "backend/WebSocketStreamClient.h"
 
 #include "backend/APIClientError.h"
+#include "backend/HttpTransport.h"
+#include "storage/AppLog.h"
 #include "text/UiText.h"
 
 #include <QJsonDocument>
@@ -30,6 +32,34 @@ std::optional<QUrl> parseStreamURL(const QString& text) {
 
 QByteArray compactJson(const QJsonObject& object) {
     return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
+/// The user's words for why a stream connection failed, in the network texts of the HTTP
+/// client; empty when the socket reports no error (the server simply closed it). Qt's own
+/// English description goes to the log only.
+QString socketFailureDescription(const QWebSocket& socket) {
+    using Kind = TransportError::Kind;
+    const auto describe = [&socket](Kind kind) {
+        return TransportError(kind, socket.errorString()).description();
+    };
+    switch (socket.error()) {
+    case QAbstractSocket::UnknownSocketError:
+        return {};
+    case QAbstractSocket::ConnectionRefusedError:
+        return describe(Kind::ConnectionRefused);
+    case QAbstractSocket::HostNotFoundError:
+        return describe(Kind::HostNotFound);
+    case QAbstractSocket::SocketTimeoutError:
+        return describe(Kind::TimedOut);
+    case QAbstractSocket::RemoteHostClosedError:
+        return describe(Kind::ConnectionLost);
+    case QAbstractSocket::SslHandshakeFailedError:
+    case QAbstractSocket::SslInternalError:
+    case QAbstractSocket::SslInvalidUserDataError:
+        return describe(Kind::Tls);
+    default:
+        return describe(Kind::Other);
+    }
 }
 
 } // namespace
@@ -194,7 +224,7 @@ void WebSocketStreamClient::attemptSendStart(bool force) {
         m_socket->sendTextMessage(m_startPayloadText);
         return;
     case SocketReadiness::lost:
-        handleReceiveFailure(m_socket->errorString());
+        handleReceiveFailure(socketFailureDescription(*m_socket));
         return;
     }
 }
@@ -212,7 +242,7 @@ void WebSocketStreamClient::send(OutgoingMessage message, bool failureCounts) {
         return;
     case SocketReadiness::lost:
         if (failureCounts)
-            handleReceiveFailure(m_socket->errorString());
+            handleReceiveFailure(socketFailureDescription(*m_socket));
         return;
     }
 }
@@ -268,7 +298,9 @@ void WebSocketStreamClient::handleSocketFailure(QWebSocket* socket) {
     m_socketFailed = true;
     m_startHeld = false;
     m_heldMessages.clear();
-    handleReceiveFailure(socket->errorString());
+    AppLog::write(u"stream socket failure code=%1 desc=%2"_s.arg(int(socket->error()))
+                      .arg(socket->errorString()));
+    handleReceiveFailure(socketFailureDescription(*socket));
 }
 
 void WebSocketStreamClient::handleReceiveFailure(const QString& errorDescription) {

@@ -35,7 +35,8 @@ QCoro::Task<> TranscriptionViewModel::sessionMetaPollLoop(QString sessionId,
             co_return;
         if (meta)
             applySessionMeta(*meta);
-        if (!co_await sleepFor(interval, token))
+        const bool slept = co_await sleepFor(interval, token);
+        if (!slept)
             co_return;
     }
 }

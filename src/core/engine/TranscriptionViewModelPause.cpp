@@ -119,7 +119,8 @@ QCoro::Task<> TranscriptionViewModel::pauseTickerLoop(CancellationToken token) {
     const QPointer<TranscriptionViewModel> self(this);
     const auto interval = m_timing.pauseTickerInterval;
     while (!token.isCancelled()) {
-        if (!co_await sleepFor(interval, token) || !self)
+        const bool slept = co_await sleepFor(interval, token);
+        if (!slept || !self)
             co_return;
         if (m_isPaused)
             updatePauseElapsedLabel();

@@ -309,7 +309,8 @@ QCoro::Task<> TranscriptionViewModel::audioKeepAliveLoop(QPointer<WebSocketStrea
     const double silenceAfterSeconds =
         std::chrono::duration<double>(m_timing.keepAliveSilenceAfter).count();
     while (!token.isCancelled()) {
-        if (!co_await sleepFor(interval, token))
+        const bool slept = co_await sleepFor(interval, token);
+        if (!slept)
             co_return;
         if (!self || !m_isRecording)
             co_return;

@@ -55,7 +55,8 @@ QCoro::Task<> TranscriptionViewModel::microphoneLivenessCheck(
     AudioInputMode mode, QPointer<WebSocketStreamClient> wsClient, QString reason, qint64 baseline,
     QString sessionId, CancellationToken token) {
     const QPointer<TranscriptionViewModel> self(this);
-    if (!co_await sleepFor(m_timing.microphoneLivenessDelay, token))
+    const bool slept = co_await sleepFor(m_timing.microphoneLivenessDelay, token);
+    if (!slept)
         co_return;
     if (!self || !wsClient || m_sessionId != sessionId || !m_isRecording || m_isPaused ||
         m_inputMode != mode || m_micFramesSeen > baseline)

@@ -115,7 +115,8 @@ QCoro::Task<> TranscriptionViewModel::transcriptPollLoop(QString sessionId, STTC
             co_return;
         if (transcript)
             mergePolledSegments(transcript->segments);
-        if (!co_await sleepFor(interval, token))
+        const bool slept = co_await sleepFor(interval, token);
+        if (!slept)
             co_return;
     }
 }

@@ -2,14 +2,21 @@
 
 #include "PulseDeviceClassification.h"
 
+#include "async/CancellationToken.h"
+
 #include <QCoreApplication>
 #include <QSet>
+
+#include <atomic>
+#include <thread>
 
 using namespace Qt::StringLiterals;
 
 namespace vesnara {
 
 namespace {
+
+constexpr std::chrono::milliseconds kConnectPollInterval{10};
 
 bool hasInput(const PulseSnapshot& snapshot) {
     return std::any_of(snapshot.sources.cbegin(), snapshot.sources.cend(),
@@ -42,18 +49,37 @@ MicrophonePermissionState LinuxPermissionProbe::microphoneState() {
     return state;
 }
 
-bool LinuxPermissionProbe::reconnectAndCheckMicrophone() {
-    if (m_context->ensureConnected(m_connectLimit))
-        return false;
-    return hasInput(m_context->snapshot());
+QCoro::Task<std::optional<AudioBackendError>> LinuxPermissionProbe::connect() {
+    // Connecting may wait up to the limit for a server that does not answer; that wait happens
+    // on a thread of its own so the interface stays responsive. The thread holds the context and
+    // the outcome, so either side may finish first.
+    struct Outcome {
+        std::atomic<bool> done = false;
+        std::optional<AudioBackendError> error;
+    };
+    const auto outcome = std::make_shared<Outcome>();
+    std::thread([context = m_context, limit = m_connectLimit, outcome] {
+        outcome->error = context->ensureConnected(limit);
+        outcome->done.store(true, std::memory_order_release);
+    }).detach();
+    while (!outcome->done.load(std::memory_order_acquire))
+        co_await sleepFor(kConnectPollInterval);
+    co_return outcome->error;
+}
+
+QCoro::Task<bool> LinuxPermissionProbe::reconnectAndCheckMicrophone() {
+    const auto error = co_await connect();
+    if (error)
+        co_return false;
+    co_return hasInput(m_context->snapshot());
 }
 
 QCoro::Task<bool> LinuxPermissionProbe::requestRecordPermission() {
-    co_return reconnectAndCheckMicrophone();
+    return reconnectAndCheckMicrophone();
 }
 
 QCoro::Task<bool> LinuxPermissionProbe::requestCaptureAccess() {
-    co_return reconnectAndCheckMicrophone();
+    return reconnectAndCheckMicrophone();
 }
 
 bool LinuxPermissionProbe::systemAudioPreflight() {
@@ -63,14 +89,16 @@ bool LinuxPermissionProbe::systemAudioPreflight() {
 }
 
 QCoro::Task<bool> LinuxPermissionProbe::requestSystemAudioAccess() {
-    if (m_context->ensureConnected(m_connectLimit))
+    const auto error = co_await connect();
+    if (error)
         co_return false;
     co_return !m_context->snapshot().sinks.isEmpty();
 }
 
 QCoro::Task<SystemAudioProbeResult> LinuxPermissionProbe::probeSystemAudio() {
     SystemAudioProbeResult result;
-    if (const auto error = m_context->ensureConnected(m_connectLimit)) {
+    const auto error = co_await connect();
+    if (error) {
         result.errorDetails = error->details();
         co_return result;
     }

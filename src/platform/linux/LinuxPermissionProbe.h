@@ -11,7 +11,8 @@ namespace vesnara {
 /// microphone or the system audio: access is granted while the sound server is reachable and
 /// lists the device (an input for the microphone, an output for system audio), and denied when
 /// the server cannot be reached. Nothing prompts; usage descriptions count as present. A
-/// "request" reconnects to the server (waiting at most `connectLimit`) and looks again.
+/// "request" reconnects to the server (waiting at most `connectLimit`, off the calling thread)
+/// and looks again.
 class LinuxPermissionProbe final : public PermissionProbe {
 public:
     explicit LinuxPermissionProbe(
@@ -26,7 +27,9 @@ public:
     SystemAudioBundleInfo systemAudioBundleInfo() override;
 
 private:
-    bool reconnectAndCheckMicrophone();
+    /// Connects when not connected; the reason when there is no connection.
+    QCoro::Task<std::optional<AudioBackendError>> connect();
+    QCoro::Task<bool> reconnectAndCheckMicrophone();
     std::shared_ptr<PulseContext> m_context;
     std::chrono::milliseconds m_connectLimit;
 };
