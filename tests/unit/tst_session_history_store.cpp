@@ -115,6 +115,27 @@ private Q_SLOTS:
         QCOMPARE(QDir(m_sessions).entryList(QDir::Files | QDir::Hidden).size(), 1);
     }
 
+    void listingFollowsChangesMadeBehindTheStoresBack() {
+        SessionHistoryStore store(m_sessions);
+        store.save(makeSession(u"a"_s, 800000000.0, 1));
+        store.save(makeSession(u"b"_s, 800000100.0, 1));
+        QCOMPARE(listedIds(store), (QStringList{u"b"_s, u"a"_s}));
+
+        // Another writer replaces one file, breaks another and adds a third.
+        SessionHistoryStore(m_sessions).save(makeSession(u"a"_s, 800000200.0, 3));
+        writeFile(m_sessions + u"/b.json"_s, "{ not json");
+        SessionHistoryStore(m_sessions).save(makeSession(u"c"_s, 800000050.0, 1));
+        const auto items = store.list();
+        QCOMPARE(listedIds(store), (QStringList{u"a"_s, u"c"_s}));
+        QCOMPARE(items[0].segmentCount, 3);
+
+        // A broken file that is mended comes back.
+        SessionHistoryStore(m_sessions).save(makeSession(u"b"_s, 800000300.0, 2));
+        QCOMPARE(listedIds(store), (QStringList{u"b"_s, u"a"_s, u"c"_s}));
+        QFile::remove(m_sessions + u"/a.json"_s);
+        QCOMPARE(listedIds(store), (QStringList{u"b"_s, u"c"_s}));
+    }
+
     void listingIsNewestFirstAndStableForEqualEndTimes() {
         SessionHistoryStore store(m_sessions);
         store.save(makeSession(u"c"_s, 800000000.0));

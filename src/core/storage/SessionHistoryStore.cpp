@@ -81,6 +81,7 @@ void SessionHistoryStore::save(const SavedSession& session) {
         throw SessionHistoryError(std::string("cannot encode session: ") + error.what());
     }
 
+    m_listedFiles.remove(QFileInfo(*path).fileName());
     QSaveFile file(*path);
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
         throw SessionHistoryError("cannot write " + path->toStdString() + ": " +
@@ -91,12 +92,25 @@ QList<SavedSessionListItem> SessionHistoryStore::list() const {
     ensureDirectory();
     const QDir directory(m_directory);
     QList<SavedSessionListItem> items;
+    QHash<QString, ListedFile> listed;
     for (const QString& name : visibleEntries()) {
         if (!hasSessionExtension(name))
             continue;
-        if (const auto session = readSession(directory.filePath(name)))
-            items.append(SavedSessionListItem::from(*session));
+        const QString path = directory.filePath(name);
+        const QFileInfo info(path);
+        ListedFile file{info.lastModified(), info.metadataChangeTime(), info.size(), std::nullopt};
+        const auto known = m_listedFiles.constFind(name);
+        if (known != m_listedFiles.cend() && known->modified == file.modified &&
+            known->statusChanged == file.statusChanged && known->size == file.size) {
+            file.item = known->item;
+        } else if (const auto session = readSession(path)) {
+            file.item = SavedSessionListItem::from(*session);
+        }
+        if (file.item)
+            items.append(*file.item);
+        listed.insert(name, std::move(file));
     }
+    m_listedFiles = std::move(listed);
     std::stable_sort(items.begin(), items.end(),
                      [](const auto& a, const auto& b) { return a.endedAt > b.endedAt; });
     return items;
@@ -113,6 +127,7 @@ void SessionHistoryStore::deleteSession(const QString& id) {
     const auto path = filePathFor(id);
     if (!path)
         throw SessionHistoryError("refused session id: \"" + id.toStdString() + '"');
+    m_listedFiles.remove(QFileInfo(*path).fileName());
     QFile file(*path);
     if (!file.exists())
         return;
@@ -122,6 +137,7 @@ void SessionHistoryStore::deleteSession(const QString& id) {
 }
 
 void SessionHistoryStore::deleteAll() {
+    m_listedFiles.clear();
     ensureDirectory();
     const QDir directory(m_directory);
     for (const QString& name : visibleEntries()) {

@@ -2,6 +2,8 @@
 
 #include "model/SavedSession.h"
 
+#include <QDateTime>
+#include <QHash>
 #include <QList>
 #include <QString>
 
@@ -17,7 +19,9 @@ public:
 };
 
 /// The finished sessions of this computer: one JSON file per session, `<id>.json`, in one
-/// private directory. The directory listing is the index; there is no cache.
+/// private directory. The directory listing is the index. A listing decodes only the files that
+/// are new or changed (by size, modification and status-change time) since the last listing of
+/// this object; the rest comes from what that listing learnt.
 ///
 /// Ids come from the server, so an id that is empty, "." or "..", or contains '/', '\' or NUL
 /// is refused: no file is ever read or written outside the directory.
@@ -53,7 +57,17 @@ private:
     void ensureDirectory() const;
     QStringList visibleEntries() const;
 
+    /// What a listing learnt of one file; valid while its size and times stay the same.
+    struct ListedFile {
+        QDateTime modified;
+        QDateTime statusChanged;
+        qint64 size = -1;
+        /// Nothing for a file that did not decode.
+        std::optional<SavedSessionListItem> item;
+    };
+
     QString m_directory;
+    mutable QHash<QString, ListedFile> m_listedFiles;
 };
 
 } // namespace vesnara
