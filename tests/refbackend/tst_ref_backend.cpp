@@ -1,11 +1,13 @@
 // The reference backend's own promises, seen from outside over loopback: credentials, the
-// stream's bookkeeping and events, faults and persistence. The session resources, levels, WAV
-// and memo are checked through the clients in tests/backend.
+// stream's bookkeeping and events, deletion, the lines a memo is written from, faults and
+// persistence. The session resources, levels, WAV and memo document are checked through the
+// clients in tests/backend.
 #include "refbackend/RefBackend.h"
 #include "support/RefBackendFixture.h"
 #include "support/TestAudio.h"
 #include "support/TestHttp.h"
 
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QNetworkAccessManager>
@@ -145,6 +147,18 @@ private Q_SLOTS:
         const QJsonObject meta = call("GET", u"/v1/sessions/"_s + id).json();
         QCOMPARE(meta.value(u"interimCount"_s).toInt(), 1);
         QCOMPARE(meta.value(u"finalCount"_s).toInt(), 1);
+
+        // The memo is written from the server's own lines, not from those a client sends.
+        const QJsonObject memo =
+            call(
+                "POST", u"/v1/sessions/"_s + id + u"/summary"_s,
+                R"({"transcriptSegments":[{"text":"Asiakkaan rivi","ts":"2026-03-04T09:15:09Z"}]})")
+                .json()
+                .value(u"summary"_s)
+                .toObject();
+        const QString clean = memo.value(u"cleanTranscript"_s).toString();
+        QVERIFY2(clean.contains(u"Hei kaikki"_s) && !clean.contains(u"Asiakkaan rivi"_s),
+                 qPrintable(clean));
     }
 
     void aStreamNeedsTheSessionsOwnAddress() {
@@ -177,6 +191,23 @@ private Q_SLOTS:
         QSignalSpy disconnected(socket.get(), &QWebSocket::disconnected);
         backend().closeStreams(id);
         QVERIFY(disconnected.wait(kWaitMs));
+    }
+
+    void deletingASessionClosesItsStreamAndRemovesItsFiles() {
+        const QJsonObject created = createSession();
+        const QString id = created.value(u"sessionId"_s).toString();
+        auto socket = openStream(created);
+        QVERIFY(socket);
+        socket->sendBinaryMessage(sineTonePcm16(440.0, 0.5, 1600));
+        const QString audio = backend().audioPath(id);
+        QTRY_VERIFY_WITH_TIMEOUT(QFileInfo(audio).size() > 44, kWaitMs);
+
+        QSignalSpy disconnected(socket.get(), &QWebSocket::disconnected);
+        QCOMPARE(call("DELETE", u"/v1/sessions/"_s + id).status, 200);
+        QTRY_VERIFY_WITH_TIMEOUT(!disconnected.isEmpty(), kWaitMs);
+        QVERIFY(!QFileInfo::exists(audio));
+        QCOMPARE(call("GET", u"/v1/sessions/"_s + id).status, 404);
+        QCOMPARE(call("DELETE", u"/v1/sessions/"_s + id).status, 404);
     }
 
     void armedFaultsAreUsedUpInOrder() {
