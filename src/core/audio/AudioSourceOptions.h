@@ -11,6 +11,11 @@ inline std::optional<quint32> preferredDeviceId(quint32 pickerId) {
     return pickerId == 0 ? std::nullopt : std::optional(pickerId);
 }
 
+/// The application picker's choice as a preference: blank stands for "all applications".
+inline std::optional<QString> preferredApplicationId(const QString& pickerId) {
+    return pickerId.isEmpty() ? std::nullopt : std::optional(pickerId);
+}
+
 /// An entry of the microphone picker.
 struct AudioInputDeviceOption {
     /// The stable device id that the settings store as the preferred device.

@@ -62,8 +62,8 @@ TranscriptionViewModel::TranscriptionViewModel(Dependencies dependencies, QObjec
                                   m_permissionProbe, m_timing.systemAudioPermissionProbeRetryDelay)
                             : nullptr)
     , m_statusText(UiText::statusReadyToStart)
-    , m_microphonePermissionSummary(UiText::microphonePermissionUnchecked)
-    , m_systemAudioPermissionSummary(UiText::systemAudioPermissionUnchecked)
+    , m_microphonePermission{UiText::microphonePermissionUnchecked, {}, false, true, false}
+    , m_systemAudioPermissionState{UiText::systemAudioPermissionUnchecked, {}, false, true, false}
     , m_memoAIBackendStatus(UiText::memoBackendStatusUnknown)
     , m_startAttemptID(QUuid::createUuid())
     , m_resumeAttemptID(QUuid::createUuid()) {

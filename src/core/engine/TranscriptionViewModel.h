@@ -3,7 +3,9 @@
 #include "async/CancellationToken.h"
 #include "audio/AudioSourceOptions.h"
 #include "audio/MicrophoneCapture.h"
+#include "audio/MicrophonePermissionSnapshot.h"
 #include "audio/SystemAudioCapture.h"
+#include "audio/SystemAudioPermissionSnapshot.h"
 #include "backend/STTAPIClient.h"
 #include "backend/ServerTranscriptResponse.h"
 #include "backend/SessionMetaResponse.h"
@@ -40,12 +42,9 @@ class HttpTransport;
 class PermissionProbe;
 class Preferences;
 class SystemAudioBackend;
-class SystemAudioPermission;
 class WebSocketStreamClient;
 struct AudioTestFigures;
-struct MicrophonePermissionSnapshot;
 struct StreamEvent;
-struct SystemAudioPermissionSnapshot;
 
 /// The recording engine: one long-lived object on the main thread that holds everything the
 /// screens show and every command they call, from the start of a recording to its saved session.
@@ -329,24 +328,32 @@ public:
     }
 
     // Microphone permission
-    const QString& microphonePermissionSummary() const { return m_microphonePermissionSummary; }
-    const QString& microphonePermissionDetails() const { return m_microphonePermissionDetails; }
-    bool isMicrophonePermissionGranted() const { return m_isMicrophonePermissionGranted; }
-    bool canRequestMicrophonePermissionPrompt() const {
-        return m_canRequestMicrophonePermissionPrompt;
+    const QString& microphonePermissionSummary() const {
+        return m_microphonePermission.summaryText;
     }
-    bool shouldOpenMicrophoneSystemSettings() const { return m_shouldOpenMicrophoneSystemSettings; }
+    const QString& microphonePermissionDetails() const { return m_microphonePermission.detailText; }
+    bool isMicrophonePermissionGranted() const { return m_microphonePermission.isGranted; }
+    bool canRequestMicrophonePermissionPrompt() const {
+        return m_microphonePermission.canRequestPrompt;
+    }
+    bool shouldOpenMicrophoneSystemSettings() const {
+        return m_microphonePermission.shouldOpenSystemSettings;
+    }
     bool isRequestingMicrophonePermission() const { return m_isRequestingMicrophonePermission; }
 
     // System audio permission
-    const QString& systemAudioPermissionSummary() const { return m_systemAudioPermissionSummary; }
-    const QString& systemAudioPermissionDetails() const { return m_systemAudioPermissionDetails; }
-    bool isSystemAudioPermissionGranted() const { return m_isSystemAudioPermissionGranted; }
+    const QString& systemAudioPermissionSummary() const {
+        return m_systemAudioPermissionState.summaryText;
+    }
+    const QString& systemAudioPermissionDetails() const {
+        return m_systemAudioPermissionState.detailText;
+    }
+    bool isSystemAudioPermissionGranted() const { return m_systemAudioPermissionState.isGranted; }
     bool canRequestSystemAudioPermissionPrompt() const {
-        return m_canRequestSystemAudioPermissionPrompt;
+        return m_systemAudioPermissionState.canRequestPrompt;
     }
     bool shouldOpenSystemAudioSystemSettings() const {
-        return m_shouldOpenSystemAudioSystemSettings;
+        return m_systemAudioPermissionState.shouldOpenSystemSettings;
     }
     bool isRequestingSystemAudioPermission() const { return m_isRequestingSystemAudioPermission; }
     bool shouldSuggestSystemAudioRelaunch() const { return m_shouldSuggestSystemAudioRelaunch; }
@@ -812,17 +819,10 @@ private:
     std::optional<Timestamp> m_lastSessionMetaReceivedAt;
 
     // Permissions
-    QString m_microphonePermissionSummary;
-    QString m_microphonePermissionDetails;
-    bool m_isMicrophonePermissionGranted = false;
-    bool m_canRequestMicrophonePermissionPrompt = true;
-    bool m_shouldOpenMicrophoneSystemSettings = false;
+    /// What the permission panel shows; "tarkistamatta" with a request offered until checked.
+    MicrophonePermissionSnapshot m_microphonePermission;
     bool m_isRequestingMicrophonePermission = false;
-    QString m_systemAudioPermissionSummary;
-    QString m_systemAudioPermissionDetails;
-    bool m_isSystemAudioPermissionGranted = false;
-    bool m_canRequestSystemAudioPermissionPrompt = true;
-    bool m_shouldOpenSystemAudioSystemSettings = false;
+    SystemAudioPermissionSnapshot m_systemAudioPermissionState;
     bool m_isRequestingSystemAudioPermission = false;
     bool m_shouldSuggestSystemAudioRelaunch = false;
     bool m_showSystemAudioPermissionHelp = false;

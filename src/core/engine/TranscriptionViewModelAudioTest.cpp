@@ -106,9 +106,7 @@ void TranscriptionViewModel::startAudioTestSources(AudioInputMode mode, quint32 
     if (usesSystemAudio(mode)) {
         m_systemAudio.preferredDisplayID = preferredDeviceId(selectedSystemDisplayID);
         m_systemAudio.preferredApplicationBundleID =
-            selectedSystemApplicationBundleID.isEmpty()
-                ? std::nullopt
-                : std::optional(selectedSystemApplicationBundleID);
+            preferredApplicationId(selectedSystemApplicationBundleID);
         m_systemAudio.onPCMFrame = levelHook(false);
         m_systemAudio.onRawAudioSample = {};
         m_systemAudio.start();

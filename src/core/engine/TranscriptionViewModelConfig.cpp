@@ -16,14 +16,10 @@ void TranscriptionViewModel::saveConfig(bool showStatus) {
     config.updateManifestURL = config.updateManifestURL.trimmed();
     config.defaultLanguage = m_language;
     config.defaultModel = m_sttModel;
-    config.preferredInputDeviceID =
-        m_selectedInputDeviceID == 0 ? std::nullopt : std::optional(m_selectedInputDeviceID);
-    config.preferredSystemDisplayID =
-        m_selectedSystemDisplayID == 0 ? std::nullopt : std::optional(m_selectedSystemDisplayID);
+    config.preferredInputDeviceID = preferredDeviceId(m_selectedInputDeviceID);
+    config.preferredSystemDisplayID = preferredDeviceId(m_selectedSystemDisplayID);
     config.preferredSystemApplicationBundleID =
-        m_selectedSystemApplicationBundleID.isEmpty()
-            ? std::nullopt
-            : std::optional(m_selectedSystemApplicationBundleID);
+        preferredApplicationId(m_selectedSystemApplicationBundleID);
     config.allowSystemFallback = m_allowSystemFallback;
     const MixSettings clamped = m_mixSettings.clamped();
     config.setMixSettings(clamped);

@@ -24,18 +24,10 @@ void TranscriptionViewModel::applyMicrophonePermissionSnapshot() {
 
 void TranscriptionViewModel::applyMicrophonePermissionSnapshot(
     const MicrophonePermissionSnapshot& snapshot) {
-    const bool changed = m_microphonePermissionSummary != snapshot.summaryText ||
-                         m_microphonePermissionDetails != snapshot.detailText ||
-                         m_isMicrophonePermissionGranted != snapshot.isGranted ||
-                         m_canRequestMicrophonePermissionPrompt != snapshot.canRequestPrompt ||
-                         m_shouldOpenMicrophoneSystemSettings != snapshot.shouldOpenSystemSettings;
-    m_microphonePermissionSummary = snapshot.summaryText;
-    m_microphonePermissionDetails = snapshot.detailText;
-    m_isMicrophonePermissionGranted = snapshot.isGranted;
-    m_canRequestMicrophonePermissionPrompt = snapshot.canRequestPrompt;
-    m_shouldOpenMicrophoneSystemSettings = snapshot.shouldOpenSystemSettings;
-    if (changed)
-        Q_EMIT microphonePermissionChanged();
+    if (m_microphonePermission == snapshot)
+        return;
+    m_microphonePermission = snapshot;
+    Q_EMIT microphonePermissionChanged();
 }
 
 void TranscriptionViewModel::applySystemAudioPermissionSnapshot(std::optional<bool> probeResult) {
@@ -46,18 +38,10 @@ void TranscriptionViewModel::applySystemAudioPermissionSnapshot(std::optional<bo
 
 void TranscriptionViewModel::applySystemAudioPermissionSnapshot(
     const SystemAudioPermissionSnapshot& snapshot) {
-    const bool changed = m_systemAudioPermissionSummary != snapshot.summaryText ||
-                         m_systemAudioPermissionDetails != snapshot.detailText ||
-                         m_isSystemAudioPermissionGranted != snapshot.isGranted ||
-                         m_canRequestSystemAudioPermissionPrompt != snapshot.canRequestPrompt ||
-                         m_shouldOpenSystemAudioSystemSettings != snapshot.shouldOpenSystemSettings;
-    m_systemAudioPermissionSummary = snapshot.summaryText;
-    m_systemAudioPermissionDetails = snapshot.detailText;
-    m_isSystemAudioPermissionGranted = snapshot.isGranted;
-    m_canRequestSystemAudioPermissionPrompt = snapshot.canRequestPrompt;
-    m_shouldOpenSystemAudioSystemSettings = snapshot.shouldOpenSystemSettings;
-    if (changed)
-        Q_EMIT systemAudioPermissionChanged();
+    if (m_systemAudioPermissionState == snapshot)
+        return;
+    m_systemAudioPermissionState = snapshot;
+    Q_EMIT systemAudioPermissionChanged();
 }
 
 // Checks
@@ -65,14 +49,14 @@ void TranscriptionViewModel::applySystemAudioPermissionSnapshot(
 void TranscriptionViewModel::refreshMicrophonePermissionStatus(bool showStatus) {
     applyMicrophonePermissionSnapshot();
     if (showStatus)
-        setStatusText(m_microphonePermissionSummary);
+        setStatusText(m_microphonePermission.summaryText);
 }
 
 void TranscriptionViewModel::refreshSystemAudioPermissionStatus(bool showStatus,
                                                                 bool activelyProbe) {
     applySystemAudioPermissionSnapshot(std::nullopt);
     if (showStatus)
-        setStatusText(m_systemAudioPermissionSummary);
+        setStatusText(m_systemAudioPermissionState.summaryText);
     if (activelyProbe && m_systemAudioPermission)
         systemAudioPermissionProbe(showStatus);
 }
@@ -143,11 +127,9 @@ QCoro::Task<> TranscriptionViewModel::systemAudioPermissionRequest() {
     const bool result = co_await permission->requestPermission();
     if (!self)
         co_return;
-    const bool preflight = probe->systemAudioPreflight();
-    const bool probed = co_await permission->permissionProbe();
+    const auto snapshot = co_await permission->currentPermissionSnapshot();
     if (!self)
         co_return;
-    const auto snapshot = permission->permissionSnapshot(preflight, probed);
     setIsRequestingSystemAudioPermission(false);
     applySystemAudioPermissionSnapshot(snapshot);
     const auto outcome = decideSystemAudioPermissionRequest(grantedBefore, result, snapshot);

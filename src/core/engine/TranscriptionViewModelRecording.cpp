@@ -255,9 +255,7 @@ void TranscriptionViewModel::activateLiveCapture(AudioInputMode mode,
     if (usesSystemAudio(mode)) {
         m_systemAudio.preferredDisplayID = preferredDeviceId(selectedSystemDisplayID);
         m_systemAudio.preferredApplicationBundleID =
-            selectedSystemApplicationBundleID.isEmpty()
-                ? std::nullopt
-                : std::optional(selectedSystemApplicationBundleID);
+            preferredApplicationId(selectedSystemApplicationBundleID);
     } else {
         m_systemAudio.onRawAudioSample = {};
     }
