@@ -14,7 +14,7 @@
 #include "backend/HttpTransport.h"
 #include "engine/TranscriptionViewModel.h"
 #include "model/DeploymentDefaults.h"
-#include "storage/InMemoryPreferences.h"
+#include "support/InMemoryPreferences.h"
 #include "storage/STTConfigurationStore.h"
 #include "support/FakeAudioBackends.h"
 #include "text/UiText.h"

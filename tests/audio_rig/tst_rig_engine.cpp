@@ -8,7 +8,7 @@
 #include "PulseSystemAudioBackend.h"
 #include "backend/HttpTransport.h"
 #include "engine/TranscriptionViewModel.h"
-#include "storage/InMemoryPreferences.h"
+#include "support/InMemoryPreferences.h"
 #include "storage/STTConfigurationStore.h"
 #include "support/RefBackendFixture.h"
 #include "text/UiText.h"

@@ -5,7 +5,7 @@
 #include "backend/HttpTransport.h"
 #include "model/DeploymentDefaults.h"
 #include "refbackend/RefBackend.h"
-#include "storage/InMemoryPreferences.h"
+#include "support/InMemoryPreferences.h"
 #include "support/AwaitTask.h"
 #include "support/TestHttp.h"
 

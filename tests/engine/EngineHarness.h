@@ -11,7 +11,7 @@
 #include "platform/DesktopServices.h"
 #include "refbackend/ScriptedRecognizer.h"
 #include "refbackend/ServerSession.h"
-#include "storage/InMemoryPreferences.h"
+#include "support/InMemoryPreferences.h"
 #include "storage/STTConfigurationStore.h"
 #include "support/FakeAudioBackends.h"
 #include "support/RefBackendFixture.h"

@@ -4,7 +4,7 @@
 
 #include "async/CancellationToken.h"
 #include "audio/MicrophoneCaptureError.h"
-#include "audio/PermissionProbe.h"
+#include "platform/PermissionProbe.h"
 #include "text/UiText.h"
 
 #include <QCoroTask>

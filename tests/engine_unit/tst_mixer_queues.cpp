@@ -1,5 +1,5 @@
 #include "audio/PcmMixer.h"
-#include "engine/MixerQueues.h"
+#include "engine/rules/MixerQueues.h"
 
 #include <QTest>
 #include <QtEndian>

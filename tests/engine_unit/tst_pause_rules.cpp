@@ -1,4 +1,4 @@
-#include "engine/PauseRules.h"
+#include "engine/rules/PauseRules.h"
 
 #include <QTest>
 

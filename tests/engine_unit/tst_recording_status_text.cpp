@@ -1,5 +1,5 @@
-#include "engine/RecordingStatusText.h"
-#include "engine/RemoteSessionStop.h"
+#include "engine/rules/RecordingStatusText.h"
+#include "engine/rules/RemoteSessionStop.h"
 #include "text/UiText.h"
 
 #include <QTest>

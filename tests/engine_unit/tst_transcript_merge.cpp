@@ -1,5 +1,5 @@
-#include "engine/SegmentKeys.h"
-#include "engine/TranscriptMerge.h"
+#include "engine/rules/SegmentKeys.h"
+#include "engine/rules/TranscriptMerge.h"
 
 #include <QTest>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "audio/AudioInputBackend.h"
-#include "audio/SystemAudioBackend.h"
+#include "platform/AudioInputBackend.h"
+#include "platform/SystemAudioBackend.h"
 
 #include <QByteArray>
 #include <QList>

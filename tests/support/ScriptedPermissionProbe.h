@@ -1,7 +1,7 @@
 #pragma once
 
 #include "async/CancellationToken.h"
-#include "audio/PermissionProbe.h"
+#include "platform/PermissionProbe.h"
 
 #include <chrono>
 #include <deque>

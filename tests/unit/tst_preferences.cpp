@@ -1,4 +1,4 @@
-#include "storage/InMemoryPreferences.h"
+#include "support/InMemoryPreferences.h"
 #include "storage/STTConfigurationStore.h"
 #include "storage/SettingsPreferences.h"
 

@@ -1,5 +1,5 @@
 #include "model/JsonReader.h"
-#include "storage/InMemoryPreferences.h"
+#include "support/InMemoryPreferences.h"
 #include "storage/STTConfigurationStore.h"
 
 #include <QJsonDocument>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "audio/AudioInputBackend.h"
+#include "platform/AudioInputBackend.h"
 #include "audio/AudioSourceOptions.h"
 #include "audio/MicrophoneCaptureError.h"
 #include "audio/PcmChunker.h"

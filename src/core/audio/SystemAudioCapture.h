@@ -2,7 +2,7 @@
 
 #include "audio/AudioSourceOptions.h"
 #include "audio/PcmChunker.h"
-#include "audio/SystemAudioBackend.h"
+#include "platform/SystemAudioBackend.h"
 #include "audio/SystemAudioCaptureError.h"
 #include "audio/SystemAudioSources.h"
 #include "model/Timing.h"

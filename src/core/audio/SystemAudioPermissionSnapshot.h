@@ -1,6 +1,6 @@
 #pragma once
 
-#include "audio/PermissionProbe.h"
+#include "platform/PermissionProbe.h"
 
 #include <QCoroTask>
 #include <QString>

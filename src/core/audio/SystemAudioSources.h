@@ -1,7 +1,7 @@
 #pragma once
 
 #include "audio/AudioSourceOptions.h"
-#include "audio/SystemAudioBackend.h"
+#include "platform/SystemAudioBackend.h"
 
 #include <QList>
 #include <QString>

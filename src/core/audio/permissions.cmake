@@ -2,7 +2,6 @@
 target_sources(vesnara_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/MicrophonePermissionSnapshot.cpp
     ${CMAKE_CURRENT_LIST_DIR}/MicrophonePermissionSnapshot.h
-    ${CMAKE_CURRENT_LIST_DIR}/PermissionProbe.h
     ${CMAKE_CURRENT_LIST_DIR}/SystemAudioPermissionSnapshot.cpp
     ${CMAKE_CURRENT_LIST_DIR}/SystemAudioPermissionSnapshot.h
 )

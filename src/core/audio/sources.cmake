@@ -3,7 +3,6 @@
 target_sources(vesnara_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/AudioBackendError.h
     ${CMAKE_CURRENT_LIST_DIR}/AudioBufferView.h
-    ${CMAKE_CURRENT_LIST_DIR}/AudioInputBackend.h
     ${CMAKE_CURRENT_LIST_DIR}/AudioInputDevice.h
     ${CMAKE_CURRENT_LIST_DIR}/AudioSourceOptions.h
     ${CMAKE_CURRENT_LIST_DIR}/AudioStreamDescription.h
@@ -22,7 +21,6 @@ target_sources(vesnara_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/PcmLevel.h
     ${CMAKE_CURRENT_LIST_DIR}/PcmMixer.cpp
     ${CMAKE_CURRENT_LIST_DIR}/PcmMixer.h
-    ${CMAKE_CURRENT_LIST_DIR}/SystemAudioBackend.h
     ${CMAKE_CURRENT_LIST_DIR}/SystemAudioCapture.cpp
     ${CMAKE_CURRENT_LIST_DIR}/SystemAudioCapture.h
     ${CMAKE_CURRENT_LIST_DIR}/SystemAudioCaptureError.cpp

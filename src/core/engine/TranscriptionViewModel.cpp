@@ -2,11 +2,11 @@
 #include "engine/TranscriptionViewModel.h"
 
 #include "audio/MicrophonePermissionSnapshot.h"
-#include "audio/PermissionProbe.h"
+#include "platform/PermissionProbe.h"
 #include "audio/SystemAudioPermissionSnapshot.h"
 #include "backend/WebSocketStreamClient.h"
-#include "engine/SessionMetaRules.h"
-#include "engine/TranscriptText.h"
+#include "engine/rules/SessionMetaRules.h"
+#include "engine/rules/TranscriptText.h"
 #include "model/DeploymentDefaults.h"
 #include "text/UiText.h"
 

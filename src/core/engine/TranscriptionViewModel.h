@@ -9,7 +9,7 @@
 #include "backend/STTAPIClient.h"
 #include "backend/ServerTranscriptResponse.h"
 #include "backend/SessionMetaResponse.h"
-#include "engine/MixerQueues.h"
+#include "engine/rules/MixerQueues.h"
 #include "model/AudioInputMode.h"
 #include "model/MixPreset.h"
 #include "model/STTConfiguration.h"
@@ -739,7 +739,7 @@ private:
     void setIsRequestingMicrophonePermission(bool value);
     void setIsRequestingSystemAudioPermission(bool value);
 
-    // Audio test (TranscriptionViewModelAudioTest.cpp)
+    // Audio test (TranscriptionViewModelAudioQuality.cpp)
     QCoro::Task<> audioQualityTest(AudioInputMode mode, quint32 selectedMicID,
                                    quint32 selectedSystemDisplayID,
                                    QString selectedSystemApplicationBundleID,

@@ -5,7 +5,7 @@
 
 #include "audio/PcmLevel.h"
 #include "backend/WebSocketStreamClient.h"
-#include "engine/RecordingStatusText.h"
+#include "engine/rules/RecordingStatusText.h"
 #include "storage/AppLog.h"
 
 #include <QMetaObject>

@@ -3,8 +3,8 @@
 #include "engine/TranscriptionViewModel.h"
 
 #include "backend/WebSocketStreamClient.h"
-#include "engine/RemoteSessionStop.h"
-#include "engine/SessionMetaRules.h"
+#include "engine/rules/RemoteSessionStop.h"
+#include "engine/rules/SessionMetaRules.h"
 #include "storage/AppLog.h"
 
 using namespace Qt::StringLiterals;

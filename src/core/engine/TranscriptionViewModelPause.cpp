@@ -3,9 +3,9 @@
 #include "engine/TranscriptionViewModel.h"
 
 #include "backend/WebSocketStreamClient.h"
-#include "engine/EmptyResultDiagnosis.h"
-#include "engine/PauseRules.h"
-#include "engine/RemoteSessionStop.h"
+#include "engine/rules/EmptyResultDiagnosis.h"
+#include "engine/rules/PauseRules.h"
+#include "engine/rules/RemoteSessionStop.h"
 #include "storage/AppLog.h"
 #include "text/UiText.h"
 

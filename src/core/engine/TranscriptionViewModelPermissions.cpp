@@ -4,7 +4,7 @@
 
 #include "audio/MicrophoneCaptureError.h"
 #include "audio/MicrophonePermissionSnapshot.h"
-#include "audio/PermissionProbe.h"
+#include "platform/PermissionProbe.h"
 #include "audio/SystemAudioCaptureError.h"
 #include "audio/SystemAudioPermissionSnapshot.h"
 #include "storage/AppLog.h"

@@ -7,7 +7,7 @@
 #include "backend/HttpTransport.h"
 #include "backend/STTSessionCreateRequest.h"
 #include "backend/WebSocketStreamClient.h"
-#include "engine/RecordingStatusText.h"
+#include "engine/rules/RecordingStatusText.h"
 #include "engine/UserErrorDescription.h"
 #include "model/JsonReader.h"
 #include "storage/AppLog.h"

@@ -3,7 +3,7 @@
 #include "engine/TranscriptionViewModel.h"
 
 #include "backend/WebSocketStreamClient.h"
-#include "engine/EmptyResultDiagnosis.h"
+#include "engine/rules/EmptyResultDiagnosis.h"
 #include "storage/AppLog.h"
 #include "text/UiText.h"
 

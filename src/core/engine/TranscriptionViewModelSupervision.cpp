@@ -6,7 +6,7 @@
 #include "audio/InputDeviceSelection.h"
 #include "audio/MicrophoneCaptureError.h"
 #include "audio/MicrophonePermissionSnapshot.h"
-#include "audio/PermissionProbe.h"
+#include "platform/PermissionProbe.h"
 #include "audio/SystemAudioCaptureError.h"
 #include "backend/WebSocketStreamClient.h"
 #include "storage/AppLog.h"

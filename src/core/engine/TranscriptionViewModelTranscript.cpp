@@ -3,9 +3,9 @@
 #include "engine/TranscriptionViewModel.h"
 
 #include "backend/StreamEvent.h"
-#include "engine/RecordingStatusText.h"
-#include "engine/RemoteSessionStop.h"
-#include "engine/TranscriptMerge.h"
+#include "engine/rules/RecordingStatusText.h"
+#include "engine/rules/RemoteSessionStop.h"
+#include "engine/rules/TranscriptMerge.h"
 
 using namespace Qt::StringLiterals;
 

@@ -2,7 +2,7 @@
 target_sources(vesnara_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/TranscriptionViewModel.cpp
     ${CMAKE_CURRENT_LIST_DIR}/TranscriptionViewModel.h
-    ${CMAKE_CURRENT_LIST_DIR}/TranscriptionViewModelAudioTest.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/TranscriptionViewModelAudioQuality.cpp
     ${CMAKE_CURRENT_LIST_DIR}/TranscriptionViewModelConfig.cpp
     ${CMAKE_CURRENT_LIST_DIR}/TranscriptionViewModelFrames.cpp
     ${CMAKE_CURRENT_LIST_DIR}/TranscriptionViewModelMeta.cpp
@@ -12,6 +12,4 @@ target_sources(vesnara_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/TranscriptionViewModelStop.cpp
     ${CMAKE_CURRENT_LIST_DIR}/TranscriptionViewModelSupervision.cpp
     ${CMAKE_CURRENT_LIST_DIR}/TranscriptionViewModelTranscript.cpp
-    ${CMAKE_CURRENT_SOURCE_DIR}/platform/Clipboard.h
-    ${CMAKE_CURRENT_SOURCE_DIR}/platform/DesktopServices.h
 )

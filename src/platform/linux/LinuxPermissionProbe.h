@@ -1,7 +1,7 @@
 #pragma once
 
 #include "PulseContext.h"
-#include "audio/PermissionProbe.h"
+#include "platform/PermissionProbe.h"
 
 #include <memory>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "PulseContext.h"
-#include "audio/AudioInputBackend.h"
+#include "platform/AudioInputBackend.h"
 
 #include <memory>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "PulseContext.h"
-#include "audio/SystemAudioBackend.h"
+#include "platform/SystemAudioBackend.h"
 
 #include <memory>
 

@@ -1,4 +1,4 @@
-#include "engine/TranscriptText.h"
+#include "engine/rules/TranscriptText.h"
 
 #include <QStringList>
 

@@ -1,4 +1,4 @@
-#include "storage/InMemoryPreferences.h"
+#include "support/InMemoryPreferences.h"
 
 namespace vesnara {
 

@@ -1,4 +1,4 @@
-#include "engine/MixerQueues.h"
+#include "engine/rules/MixerQueues.h"
 
 #include "audio/PcmMixer.h"
 

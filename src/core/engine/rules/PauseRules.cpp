@@ -1,6 +1,6 @@
-#include "engine/PauseRules.h"
+#include "engine/rules/PauseRules.h"
 
-#include "engine/SessionMetaRules.h"
+#include "engine/rules/SessionMetaRules.h"
 
 #include <algorithm>
 #include <cmath>

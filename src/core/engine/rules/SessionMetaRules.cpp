@@ -1,4 +1,4 @@
-#include "engine/SessionMetaRules.h"
+#include "engine/rules/SessionMetaRules.h"
 
 #include "text/UiText.h"
 

@@ -1,4 +1,4 @@
-#include "engine/RecordingStatusText.h"
+#include "engine/rules/RecordingStatusText.h"
 
 #include "text/UiText.h"
 

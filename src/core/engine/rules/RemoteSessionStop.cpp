@@ -1,4 +1,4 @@
-#include "engine/RemoteSessionStop.h"
+#include "engine/rules/RemoteSessionStop.h"
 
 #include "text/UiText.h"
 

@@ -1,4 +1,4 @@
-#include "engine/AudioTestVerdict.h"
+#include "engine/rules/AudioQualityVerdict.h"
 #include "text/UiText.h"
 
 #include <QTest>
@@ -28,7 +28,7 @@ AudioTestFigures figuresOf(const QList<double>& mic, const QList<double>& system
 
 } // namespace
 
-class AudioTestVerdictTest : public QObject {
+class AudioQualityVerdictTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -88,5 +88,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(AudioTestVerdictTest)
-#include "tst_audio_test_verdict.moc"
+QTEST_GUILESS_MAIN(AudioQualityVerdictTest)
+#include "tst_audio_quality_verdict.moc"

@@ -1,4 +1,4 @@
-#include "engine/EmptyResultDiagnosis.h"
+#include "engine/rules/EmptyResultDiagnosis.h"
 
 #include "text/UiText.h"
 

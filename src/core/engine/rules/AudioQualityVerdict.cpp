@@ -1,4 +1,4 @@
-#include "engine/AudioTestVerdict.h"
+#include "engine/rules/AudioQualityVerdict.h"
 
 #include "text/UiText.h"
 

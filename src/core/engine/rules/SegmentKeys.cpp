@@ -1,4 +1,4 @@
-#include "engine/SegmentKeys.h"
+#include "engine/rules/SegmentKeys.h"
 
 #include <QRegularExpression>
 

@@ -4,7 +4,7 @@
 
 #include "async/CancellationToken.h"
 #include "audio/PcmLevel.h"
-#include "engine/AudioTestVerdict.h"
+#include "engine/rules/AudioQualityVerdict.h"
 #include "engine/UserErrorDescription.h"
 #include "storage/AppLog.h"
 #include "text/UiText.h"

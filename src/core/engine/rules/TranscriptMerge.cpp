@@ -1,6 +1,6 @@
-#include "engine/TranscriptMerge.h"
+#include "engine/rules/TranscriptMerge.h"
 
-#include "engine/SegmentKeys.h"
+#include "engine/rules/SegmentKeys.h"
 
 #include <QUuid>
 
