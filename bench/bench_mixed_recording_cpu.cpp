@@ -14,9 +14,9 @@
 #include "backend/HttpTransport.h"
 #include "engine/TranscriptionViewModel.h"
 #include "model/DeploymentDefaults.h"
-#include "support/InMemoryPreferences.h"
 #include "storage/STTConfigurationStore.h"
 #include "support/FakeAudioBackends.h"
+#include "support/InMemoryPreferences.h"
 #include "text/UiText.h"
 
 #include <benchmark/benchmark.h>
@@ -157,13 +157,13 @@ public:
 };
 
 /// Runs the event loop until `done` holds, checked whenever `signal` fires, or `limit` passes.
-template <typename Signal>
-bool runUntil(const TranscriptionViewModel& vm, Signal signal, const std::function<bool()>& done,
+template <typename Sender, typename Signal>
+bool runUntil(const Sender& sender, Signal signal, const std::function<bool()>& done,
               std::chrono::milliseconds limit) {
     if (done())
         return true;
     QEventLoop loop;
-    QObject::connect(&vm, signal, &loop, [&] {
+    QObject::connect(&sender, signal, &loop, [&] {
         if (done())
             loop.quit();
     });
@@ -332,7 +332,7 @@ std::optional<QString> recordOneMinute(BenchSetup& setup, RecordingFigures& figu
     if (!runUntil(
             *vm, &TranscriptionViewModel::isRecordingChanged, [&] { return vm->isRecording(); },
             15s))
-        return u"the recording did not start: "_s + vm->statusText();
+        return u"the recording did not start: "_s + vm->status()->statusText();
     const CpuTimes atStart = processCpu();
     metaPolls = 0;
 
@@ -350,18 +350,18 @@ std::optional<QString> recordOneMinute(BenchSetup& setup, RecordingFigures& figu
     figures.recordingCpu = atEnd - atStart;
     figures.metaPolls = metaPolls;
     if (sourcesPlayed != 2 || !vm->isRecording())
-        return u"the recording did not run through the minute: "_s + vm->statusText();
+        return u"the recording did not run through the minute: "_s + vm->status()->statusText();
 
     const QString sessionId = vm->sessionId();
     vm->stopRecording();
     if (!runUntil(
-            *vm, &TranscriptionViewModel::statusTextChanged,
+            *vm->status(), &StatusLine::statusTextChanged,
             [&] {
-                return vm->statusText() == UiText::statusStopped ||
-                       vm->statusText() == UiText::statusStoppedWithoutTranscript;
+                return vm->status()->statusText() == UiText::statusStopped ||
+                       vm->status()->statusText() == UiText::statusStoppedWithoutTranscript;
             },
             15s))
-        return u"the stop did not finish: "_s + vm->statusText();
+        return u"the stop did not finish: "_s + vm->status()->statusText();
     figures.startStopCpu = (atStart - beforeStart);
     figures.startStopCpu += processCpu() - atEnd;
 

@@ -8,8 +8,8 @@
 #include "PulseSystemAudioBackend.h"
 #include "backend/HttpTransport.h"
 #include "engine/TranscriptionViewModel.h"
-#include "support/InMemoryPreferences.h"
 #include "storage/STTConfigurationStore.h"
+#include "support/InMemoryPreferences.h"
 #include "support/RefBackendFixture.h"
 #include "text/UiText.h"
 
@@ -82,9 +82,9 @@ private Q_SLOTS:
         vm.runAudioQualityTest();
         QVERIFY(vm.isAudioTestRunning());
         QTRY_VERIFY_WITH_TIMEOUT(!vm.isAudioTestRunning(), kWaitMs);
-        QCOMPARE(vm.statusText(), UiText::audioTestLevelOk);
-        QVERIFY2(vm.diagnosticHint().endsWith(UiText::audioTestAdviceSourceWorks),
-                 qPrintable(vm.diagnosticHint()));
+        QCOMPARE(vm.status()->statusText(), UiText::audioTestLevelOk);
+        QVERIFY2(vm.status()->diagnosticHint().endsWith(UiText::audioTestAdviceSourceWorks),
+                 qPrintable(vm.status()->diagnosticHint()));
         QVERIFY(rig.server->requests().isEmpty());
     }
 

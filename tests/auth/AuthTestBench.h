@@ -5,8 +5,8 @@
 #include "backend/HttpTransport.h"
 #include "model/DeploymentDefaults.h"
 #include "refbackend/RefBackend.h"
-#include "support/InMemoryPreferences.h"
 #include "support/AwaitTask.h"
+#include "support/InMemoryPreferences.h"
 #include "support/TestHttp.h"
 
 #include <QJsonDocument>

@@ -11,9 +11,9 @@
 #include "platform/DesktopServices.h"
 #include "refbackend/ScriptedRecognizer.h"
 #include "refbackend/ServerSession.h"
-#include "support/InMemoryPreferences.h"
 #include "storage/STTConfigurationStore.h"
 #include "support/FakeAudioBackends.h"
+#include "support/InMemoryPreferences.h"
 #include "support/RefBackendFixture.h"
 #include "support/ScriptedPermissionProbe.h"
 
@@ -84,6 +84,24 @@ inline QList<ScriptedAudioBuffer> toneBuffers(int count, float amplitude) {
     return buffers;
 }
 
+/// `count` buffers of system audio that arrive but never convert to PCM.
+inline QList<ScriptedAudioBuffer> buffersWithoutPCM(int count) {
+    QList<ScriptedAudioBuffer> buffers;
+    for (int i = 0; i < count; ++i) {
+        auto buffer = ScriptedAudioBuffer::constant(48000, 2, 4800, 0.3f);
+        buffer.isDataReady = false;
+        buffers << buffer;
+    }
+    return buffers;
+}
+
+inline QStringList textsOf(const QList<TranscriptSegment>& segments) {
+    QStringList texts;
+    for (const auto& segment : segments)
+        texts << segment.text;
+    return texts;
+}
+
 inline QJsonObject finalEvent(const QString& text, const QString& ts) {
     return QJsonObject{{u"type"_s, u"final"_s}, {u"text"_s, text}, {u"ts"_s, ts}};
 }
@@ -139,10 +157,10 @@ struct EngineHarness {
             preferences, transport, microphoneBackend, systemBackend, historyDirectory.path(),
             &clipboard, permissionProbe, timing, &desktop});
         viewModel->updateAuthContext(server.token());
-        QObject::connect(viewModel.get(), &TranscriptionViewModel::statusTextChanged,
-                         viewModel.get(), [this] { statuses << viewModel->statusText(); });
-        QObject::connect(viewModel.get(), &TranscriptionViewModel::diagnosticHintChanged,
-                         viewModel.get(), [this] { hints << viewModel->diagnosticHint(); });
+        QObject::connect(viewModel->status(), &StatusLine::statusTextChanged, viewModel.get(),
+                         [this] { statuses << viewModel->status()->statusText(); });
+        QObject::connect(viewModel->status(), &StatusLine::diagnosticHintChanged, viewModel.get(),
+                         [this] { hints << viewModel->status()->diagnosticHint(); });
         return *viewModel;
     }
 

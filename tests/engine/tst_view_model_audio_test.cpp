@@ -43,7 +43,7 @@ private Q_SLOTS:
         vm.runAudioQualityTest();
         QVERIFY(vm.isAudioTestRunning());
         QVERIFY(!vm.canStart());
-        QCOMPARE(vm.statusText(), UiText::audioTestRunning);
+        QCOMPARE(vm.status()->statusText(), UiText::audioTestRunning);
         QVERIFY(h->microphoneBackend.isRecording());
         QVERIFY(!h->systemBackend.isCapturing());
         deliver(h->microphoneBackend, 4, 0.5f);
@@ -53,10 +53,11 @@ private Q_SLOTS:
         QCOMPARE(h->microphoneBackend.requestedDevices().size(), 1);
 
         QVERIFY(waitForVerdict(vm));
-        QCOMPARE(vm.statusText(), UiText::audioTestLevelOk);
-        QVERIFY2(vm.diagnosticHint().startsWith(u"Äänitesti: frameja 4, mic 4, systeemi 0, avg "_s),
-                 qPrintable(vm.diagnosticHint()));
-        QVERIFY(vm.diagnosticHint().endsWith(UiText::audioTestAdviceSourceWorks));
+        QCOMPARE(vm.status()->statusText(), UiText::audioTestLevelOk);
+        QVERIFY2(vm.status()->diagnosticHint().startsWith(
+                     u"Äänitesti: frameja 4, mic 4, systeemi 0, avg "_s),
+                 qPrintable(vm.status()->diagnosticHint()));
+        QVERIFY(vm.status()->diagnosticHint().endsWith(UiText::audioTestAdviceSourceWorks));
         QVERIFY(!h->microphoneBackend.isRecording());
         QVERIFY(vm.canStart());
         QVERIFY(h->createdSessionIds().isEmpty());
@@ -74,9 +75,9 @@ private Q_SLOTS:
         QVERIFY(h->systemBackend.isCapturing());
         deliver(h->microphoneBackend, 3, 0.4f);
         QVERIFY(waitForVerdict(vm));
-        QCOMPARE(vm.statusText(), UiText::audioTestLevelOk);
-        QVERIFY(vm.diagnosticHint().contains(u"mic 3, systeemi 0"_s));
-        QVERIFY(vm.diagnosticHint().endsWith(UiText::audioTestAdviceMixedSystemSilent));
+        QCOMPARE(vm.status()->statusText(), UiText::audioTestLevelOk);
+        QVERIFY(vm.status()->diagnosticHint().contains(u"mic 3, systeemi 0"_s));
+        QVERIFY(vm.status()->diagnosticHint().endsWith(UiText::audioTestAdviceMixedSystemSilent));
         QVERIFY(!h->microphoneBackend.isRecording());
         QVERIFY(!h->systemBackend.isCapturing());
 
@@ -85,8 +86,8 @@ private Q_SLOTS:
         deliver(h->microphoneBackend, 2, 0.001f);
         deliver(h->systemBackend, 2, 0.001f);
         QVERIFY(waitForVerdict(vm));
-        QCOMPARE(vm.statusText(), UiText::audioTestVeryQuiet);
-        QVERIFY(vm.diagnosticHint().endsWith(UiText::audioTestAdviceRaiseLevel));
+        QCOMPARE(vm.status()->statusText(), UiText::audioTestVeryQuiet);
+        QVERIFY(vm.status()->diagnosticHint().endsWith(UiText::audioTestAdviceRaiseLevel));
     }
 
     void sourcesThatDeliverNothingGiveZeroFigures() {
@@ -95,8 +96,8 @@ private Q_SLOTS:
         vm.setInputMode(AudioInputMode::systemAudio);
         vm.runAudioQualityTest();
         QVERIFY(waitForVerdict(vm));
-        QCOMPARE(vm.statusText(), UiText::audioTestNoAudio);
-        QCOMPARE(vm.diagnosticHint(),
+        QCOMPARE(vm.status()->statusText(), UiText::audioTestNoAudio);
+        QCOMPARE(vm.status()->diagnosticHint(),
                  UiText::audioTestSummary(0, 0, 0, u"0.000"_s, u"0.000"_s,
                                           UiText::audioTestAdviceNoSystemAudio));
     }
@@ -108,9 +109,9 @@ private Q_SLOTS:
         vm.setInputMode(AudioInputMode::microphoneAndSystem);
         vm.runAudioQualityTest();
         QVERIFY(waitForVerdict(vm));
-        QVERIFY2(vm.statusText().startsWith(UiText::audioTestFailed({})),
-                 qPrintable(vm.statusText()));
-        QVERIFY(vm.diagnosticHint().isEmpty());
+        QVERIFY2(vm.status()->statusText().startsWith(UiText::audioTestFailed({})),
+                 qPrintable(vm.status()->statusText()));
+        QVERIFY(vm.status()->diagnosticHint().isEmpty());
         // The microphone had started before the system source failed.
         QCOMPARE(h->microphoneBackend.requestedDevices().size(), 1);
         QVERIFY(!h->microphoneBackend.isRecording());
@@ -122,7 +123,7 @@ private Q_SLOTS:
         QVERIFY(h.startRecordingIn(AudioInputMode::microphone));
         const int starts = h.microphoneBackend.requestedDevices().size();
         vm.runAudioQualityTest();
-        QCOMPARE(vm.statusText(), UiText::audioTestStopRecordingFirst);
+        QCOMPARE(vm.status()->statusText(), UiText::audioTestStopRecordingFirst);
         QVERIFY(!vm.isAudioTestRunning());
         QCOMPARE(h.microphoneBackend.requestedDevices().size(), starts);
         const QString id = vm.sessionId();

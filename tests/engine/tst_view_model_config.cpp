@@ -44,7 +44,7 @@ void TstViewModelConfig::firstRunSavesTheDefaults() {
     QCOMPARE(stored.apiKey, TranscriptionViewModel::defaultSharedAPIKey());
     QCOMPARE(stored.updateManifestURL, TranscriptionViewModel::defaultUpdateManifestURL());
     QVERIFY(TranscriptionViewModel::defaultUpdateManifestURL().endsWith(u"/latest-mac.json"_s));
-    QCOMPARE(vm.statusText(), UiText::statusReadyToStart);
+    QCOMPARE(vm.status()->statusText(), UiText::statusReadyToStart);
     QCOMPARE(vm.inputMode(), AudioInputMode::microphone);
     QCOMPARE(vm.language(), u"fi-FI"_s);
     QCOMPARE(vm.sttModel(), u"chirp_3"_s);
@@ -90,7 +90,7 @@ void TstViewModelConfig::saveConfigClampsAndWritesBack() {
     QCOMPARE(vm.mixedMicGain(), 2.0);
     QCOMPARE(vm.mixedDuckingStrength(), 0.0);
     QCOMPARE(gainChanges.size(), 2);
-    QCOMPARE(vm.statusText(), UiText::settingsSaved);
+    QCOMPARE(vm.status()->statusText(), UiText::settingsSaved);
     const STTConfiguration stored = storedConfig(h.preferences);
     QCOMPARE(stored.mixedMicGain, 2.0);
     QCOMPARE(stored.mixedDuckingStrength, 0.0);
@@ -110,20 +110,20 @@ void TstViewModelConfig::apiKeyFromClipboard() {
 
     h.clipboard.content = u" \n\t"_s;
     vm.useAPIKeyFromClipboard();
-    QCOMPARE(vm.statusText(), UiText::noAPIKeyOnClipboard);
+    QCOMPARE(vm.status()->statusText(), UiText::noAPIKeyOnClipboard);
     QCOMPARE(storedBytes(h.preferences), before);
 
     h.clipboard.content.reset();
     vm.setLanguage(u"sv-SE"_s);
     vm.useAPIKeyFromClipboard();
-    QCOMPARE(vm.statusText(), UiText::noAPIKeyOnClipboard);
+    QCOMPARE(vm.status()->statusText(), UiText::noAPIKeyOnClipboard);
     QCOMPARE(storedBytes(h.preferences), before);
 
     h.clipboard.content = u"  uusi-avain\n"_s;
     vm.useAPIKeyFromClipboard();
     QCOMPARE(vm.config().apiKey, u"uusi-avain"_s);
     QCOMPARE(storedConfig(h.preferences).apiKey, u"uusi-avain"_s);
-    QCOMPARE(vm.statusText(), UiText::settingsSaved);
+    QCOMPARE(vm.status()->statusText(), UiText::settingsSaved);
 
     vm.useDefaultSharedAPIKey();
     QCOMPARE(storedConfig(h.preferences).apiKey, TranscriptionViewModel::defaultSharedAPIKey());
@@ -148,12 +148,12 @@ void TstViewModelConfig::mixPresets() {
     QCOMPARE(vm.mixedSystemGain(), 0.72);
     QCOMPARE(vm.mixedDuckingStrength(), 0.65);
     QCOMPARE(vm.mixedPreset(), MixPreset::interview);
-    QCOMPARE(vm.statusText(), UiText::mixPresetApplied(UiText::mixPresetInterview));
+    QCOMPARE(vm.status()->statusText(), UiText::mixPresetApplied(UiText::mixPresetInterview));
     QCOMPARE(storedConfig(h.preferences).mixedSystemGain, 0.72);
 
     vm.applyMixPreset(MixPreset::custom);
     QCOMPARE(vm.mixedPreset(), MixPreset::interview);
-    QCOMPARE(vm.statusText(), UiText::mixPresetApplied(UiText::mixPresetInterview));
+    QCOMPARE(vm.status()->statusText(), UiText::mixPresetApplied(UiText::mixPresetInterview));
 
     // A slider moved within the tolerance keeps the preset; the limiter off leaves it.
     vm.setMixedMicGain(1.17);

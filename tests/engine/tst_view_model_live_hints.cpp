@@ -28,16 +28,17 @@ void TstViewModelLiveHints::silentMicrophoneSaysNoSpeech() {
         silence << ScriptedAudioBuffer::constant(48000, 2, 4800, 0.0f);
     h.microphoneBackend.play(silence);
     QTRY_COMPARE_WITH_TIMEOUT(h.session(id)->audioFrameCount, 61, kEngineWaitMs);
-    QTRY_COMPARE_WITH_TIMEOUT(vm.diagnosticHint(), UiText::hintNoSpeechDetected, kEngineWaitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(vm.status()->diagnosticHint(), UiText::hintNoSpeechDetected,
+                              kEngineWaitMs);
     QVERIFY(vm.lastSessionMetaReceivedAt().has_value());
     QVERIFY(vm.realtimeDiagnosticsLabel().startsWith(u"Audio 61 • mic 61/0.000 • sys 0/0.000"_s));
 
     vm.pauseRecording();
-    QCOMPARE(vm.diagnosticHint(), UiText::hintRecordingPaused);
+    QCOMPARE(vm.status()->diagnosticHint(), UiText::hintRecordingPaused);
     vm.stopRecording();
-    QTRY_COMPARE_WITH_TIMEOUT(vm.statusText(), UiText::statusStoppedWithoutTranscript,
+    QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(), UiText::statusStoppedWithoutTranscript,
                               kEngineWaitMs);
-    QCOMPARE(vm.diagnosticHint(), UiText::hintEmptyResultSilentMicrophone);
+    QCOMPARE(vm.status()->diagnosticHint(), UiText::hintEmptyResultSilentMicrophone);
 }
 
 void TstViewModelLiveHints::mixedWithoutMicrophoneFramesNamesTheMicrophoneFirst() {
@@ -53,7 +54,7 @@ void TstViewModelLiveHints::mixedWithoutMicrophoneFramesNamesTheMicrophoneFirst(
     QTRY_VERIFY_WITH_TIMEOUT(h.session(id)->audioFrameCount >= 60, kEngineWaitMs);
     // The microphone rule wins over the quiet-microphone rule; its repairs escalate from the
     // stable microphone to a plain restart to telling the user.
-    QTRY_COMPARE_WITH_TIMEOUT(vm.diagnosticHint(), UiText::hintMixedMicrophoneMissing,
+    QTRY_COMPARE_WITH_TIMEOUT(vm.status()->diagnosticHint(), UiText::hintMixedMicrophoneMissing,
                               kEngineWaitMs);
     const QStringList expected{
         UiText::hintMicrophoneFellBackToStable(UiText::automaticSource, u"Sisäinen mikrofoni"_s),
@@ -74,19 +75,13 @@ void TstViewModelLiveHints::systemBuffersWithoutPCMAreNamed() {
     auto& vm = h.make();
     QVERIFY(h.startRecordingIn(AudioInputMode::systemAudio));
 
-    QList<ScriptedAudioBuffer> raw;
-    for (int i = 0; i < 5; ++i) {
-        auto buffer = ScriptedAudioBuffer::constant(48000, 2, 4800, 0.3f);
-        buffer.isDataReady = false;
-        raw << buffer;
-    }
-    h.systemBackend.play(raw);
-    QTRY_COMPARE_WITH_TIMEOUT(vm.diagnosticHint(), UiText::hintSystemAudioNotConvertingToPCM,
-                              kEngineWaitMs);
+    h.systemBackend.play(buffersWithoutPCM(5));
+    QTRY_COMPARE_WITH_TIMEOUT(vm.status()->diagnosticHint(),
+                              UiText::hintSystemAudioNotConvertingToPCM, kEngineWaitMs);
     QCOMPARE(vm.audioFramesSent(), 0);
     vm.stopRecording();
-    QTRY_COMPARE_WITH_TIMEOUT(vm.statusText(), UiText::statusStopped, kEngineWaitMs);
-    QCOMPARE(vm.diagnosticHint(), QString());
+    QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(), UiText::statusStopped, kEngineWaitMs);
+    QCOMPARE(vm.status()->diagnosticHint(), QString());
 }
 
 QTEST_GUILESS_MAIN(TstViewModelLiveHints)

@@ -59,8 +59,8 @@ void TstViewModelPause::pauseSendsSilenceAndResumeGoesOn() {
 
     vm.pauseRecording();
     QVERIFY(vm.isPaused());
-    QCOMPARE(vm.statusText(), UiText::statusPaused);
-    QCOMPARE(vm.diagnosticHint(), UiText::hintRecordingPaused);
+    QCOMPARE(vm.status()->statusText(), UiText::statusPaused);
+    QCOMPARE(vm.status()->diagnosticHint(), UiText::hintRecordingPaused);
     QCOMPARE(vm.pauseElapsedLabel(), u"00:00"_s);
     QVERIFY(vm.canResume());
     QVERIFY(!vm.canPause());
@@ -76,18 +76,18 @@ void TstViewModelPause::pauseSendsSilenceAndResumeGoesOn() {
     }
 
     vm.resumeRecording();
-    QCOMPARE(vm.statusText(), UiText::statusResuming);
+    QCOMPARE(vm.status()->statusText(), UiText::statusResuming);
     QVERIFY(vm.isResumingRecording());
     QVERIFY(!vm.canPause());
     QTRY_VERIFY_WITH_TIMEOUT(!vm.isResumingRecording(), kEngineWaitMs);
     QVERIFY(!vm.isPaused());
     QVERIFY(vm.isRecording());
-    QCOMPARE(vm.statusText(), UiText::statusListeningTo(u"Sisäinen mikrofoni"_s));
-    QCOMPARE(vm.diagnosticHint(), QString());
+    QCOMPARE(vm.status()->statusText(), UiText::statusListeningTo(u"Sisäinen mikrofoni"_s));
+    QCOMPARE(vm.status()->diagnosticHint(), QString());
     QCOMPARE(vm.pauseElapsedLabel(), QString());
 
     vm.stopRecording();
-    QTRY_COMPARE_WITH_TIMEOUT(vm.statusText(), UiText::statusStopped, kEngineWaitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(), UiText::statusStopped, kEngineWaitMs);
 }
 
 void TstViewModelPause::serverEndsSessionWhilePaused() {
@@ -99,8 +99,9 @@ void TstViewModelPause::serverEndsSessionWhilePaused() {
     vm.pauseRecording();
 
     h.backend().endSession(id);
-    QTRY_COMPARE_WITH_TIMEOUT(vm.statusText(), UiText::statusConnectionLost, kEngineWaitMs);
-    QCOMPARE(vm.diagnosticHint(), UiText::hintSessionClosedByServer);
+    QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(), UiText::statusConnectionLost,
+                              kEngineWaitMs);
+    QCOMPARE(vm.status()->diagnosticHint(), UiText::hintSessionClosedByServer);
     QVERIFY(!vm.isRecording());
     QVERIFY(!vm.isPaused());
     QCOMPARE(vm.segments().size(), 1);
@@ -126,9 +127,9 @@ void TstViewModelPause::resumeFindsTheSessionEnded() {
     h.backend().faults().silentStreams = true;
     h.backend().endSession(id);
     vm.resumeRecording();
-    QTRY_COMPARE_WITH_TIMEOUT(vm.statusText(), UiText::statusSessionClosedDuringPause,
+    QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(), UiText::statusSessionClosedDuringPause,
                               kEngineWaitMs);
-    QCOMPARE(vm.diagnosticHint(), UiText::hintSessionClosedByServer);
+    QCOMPARE(vm.status()->diagnosticHint(), UiText::hintSessionClosedByServer);
     QVERIFY(!vm.isRecording());
     QVERIFY(!vm.isResumingRecording());
     QCOMPARE(vm.segments().size(), 1);
@@ -154,14 +155,15 @@ void TstViewModelPause::resumeLimitBeatsLateMetaAnswer() {
     lateMeta.pathContains = id;
     h.backend().faults().httpFaults.push_back(lateMeta);
     vm.resumeRecording();
-    QTRY_COMPARE_WITH_TIMEOUT(vm.statusText(), UiText::statusResumeTimedOut, kEngineWaitMs);
-    QCOMPARE(vm.diagnosticHint(), UiText::hintResumeTimedOut);
+    QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(), UiText::statusResumeTimedOut,
+                              kEngineWaitMs);
+    QCOMPARE(vm.status()->diagnosticHint(), UiText::hintResumeTimedOut);
     QVERIFY(vm.isPaused());
     QVERIFY(!vm.isResumingRecording());
     QVERIFY(vm.canResume());
 
     // The late answer finds its resume superseded and changes nothing.
-    QSignalSpy statusChanges(&vm, &TranscriptionViewModel::statusTextChanged);
+    QSignalSpy statusChanges(vm.status(), &StatusLine::statusTextChanged);
     QVERIFY(!statusChanges.wait(static_cast<int>(lateMeta.delay.count()) * 2));
     QVERIFY(vm.isPaused());
     QVERIFY(vm.isRecording());
@@ -181,9 +183,10 @@ void TstViewModelPause::streamErrorEndsRecordingAndKeepsText() {
     // Not the client's own wording: the match ignores case.
     h.backend().sendStreamEvent(
         id, QJsonObject{{u"type"_s, u"error"_s}, {u"message"_s, u"ÄÄNEN LÄHETYS epäonnistui"_s}});
-    QTRY_COMPARE_WITH_TIMEOUT(vm.statusText(), UiText::statusConnectionLost, kEngineWaitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(), UiText::statusConnectionLost,
+                              kEngineWaitMs);
     QVERIFY(h.statuses.contains(u"ÄÄNEN LÄHETYS epäonnistui"_s));
-    QCOMPARE(vm.diagnosticHint(), UiText::hintSessionClosedByServer);
+    QCOMPARE(vm.status()->diagnosticHint(), UiText::hintSessionClosedByServer);
     QVERIFY(!vm.isRecording());
     QCOMPARE(vm.segments().size(), 1);
     QVERIFY(!h.session(id)->isStopped());
@@ -207,9 +210,10 @@ void TstViewModelPause::closedStreamReconnectsThenGivesUp() {
     // Now every reconnect is refused; after the client gives up the recording ends.
     h.backend().faults().streamConnectionsToRefuse = 1000;
     h.backend().closeStreams(id);
-    QTRY_COMPARE_WITH_TIMEOUT(vm.statusText(), UiText::statusConnectionLost, kEngineWaitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(), UiText::statusConnectionLost,
+                              kEngineWaitMs);
     QVERIFY(h.statuses.contains(UiText::statusReconnecting));
-    QCOMPARE(vm.diagnosticHint(), UiText::hintSessionClosedByServer);
+    QCOMPARE(vm.status()->diagnosticHint(), UiText::hintSessionClosedByServer);
     QVERIFY(!vm.isRecording());
     QCOMPARE(vm.segments().size(), 1);
     QVERIFY(!h.microphoneBackend.isRecording());

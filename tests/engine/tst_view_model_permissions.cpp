@@ -48,16 +48,16 @@ private Q_SLOTS:
         probe.micState = micState(u"granted"_s, CaptureAuthorization::authorized);
         vm.refreshMicrophonePermissionStatus(false);
         QVERIFY(vm.isMicrophonePermissionGranted());
-        QCOMPARE(vm.statusText(), UiText::statusReadyToStart);
+        QCOMPARE(vm.status()->statusText(), UiText::statusReadyToStart);
         vm.refreshMicrophonePermissionStatus(true);
-        QCOMPARE(vm.statusText(), UiText::microphonePermissionSummaryGranted);
+        QCOMPARE(vm.status()->statusText(), UiText::microphonePermissionSummaryGranted);
 
         // The preflight answers at once; the probe, which lists an output, a moment later.
         vm.refreshSystemAudioPermissionStatus(true, true);
         QCOMPARE(h->statuses.value(h->statuses.size() - 2),
                  UiText::systemAudioPermissionSummaryNotYetGranted);
         QTRY_VERIFY_WITH_TIMEOUT(vm.isSystemAudioPermissionGranted(), kEngineWaitMs);
-        QCOMPARE(vm.statusText(), UiText::systemAudioPermissionSummaryGranted);
+        QCOMPARE(vm.status()->statusText(), UiText::systemAudioPermissionSummaryGranted);
         QVERIFY(vm.systemAudioPermissionDetails().startsWith(u"probe=true, CGPreflight=false"_s));
     }
 
@@ -71,18 +71,18 @@ private Q_SLOTS:
 
         vm.requestMicrophonePermissionFromUI();
         QVERIFY(vm.isRequestingMicrophonePermission());
-        QCOMPARE(vm.statusText(), UiText::microphonePermissionRequesting);
+        QCOMPARE(vm.status()->statusText(), UiText::microphonePermissionRequesting);
         vm.requestMicrophonePermissionFromUI();
         QTRY_VERIFY_WITH_TIMEOUT(!vm.isRequestingMicrophonePermission(), kEngineWaitMs);
         QCOMPARE(probe.recordRequests, 1);
-        QCOMPARE(vm.statusText(), UiText::microphonePermissionInUse);
+        QCOMPARE(vm.status()->statusText(), UiText::microphonePermissionInUse);
         QVERIFY(vm.isMicrophonePermissionGranted());
 
         // Both interfaces refuse: only the settings can help.
         probe.micState = micState(u"denied"_s, CaptureAuthorization::denied);
         vm.requestMicrophonePermissionFromUI();
         QTRY_VERIFY_WITH_TIMEOUT(!vm.isRequestingMicrophonePermission(), kEngineWaitMs);
-        QCOMPARE(vm.statusText(), UiText::microphonePermissionBlocked);
+        QCOMPARE(vm.status()->statusText(), UiText::microphonePermissionBlocked);
         QVERIFY(vm.shouldOpenMicrophoneSystemSettings());
         QVERIFY(!vm.isMicrophonePermissionGranted());
     }
@@ -97,11 +97,11 @@ private Q_SLOTS:
 
         // Refused: help is shown and the way forward is the settings.
         vm.requestSystemAudioPermissionFromUI();
-        QCOMPARE(vm.statusText(), UiText::systemAudioPermissionRequesting);
+        QCOMPARE(vm.status()->statusText(), UiText::systemAudioPermissionRequesting);
         vm.requestSystemAudioPermissionFromUI();
         QTRY_VERIFY_WITH_TIMEOUT(!vm.isRequestingSystemAudioPermission(), kEngineWaitMs);
         QCOMPARE(probe.systemAccessRequests, 1);
-        QCOMPARE(vm.statusText(), UiText::systemAudioPermissionMissing);
+        QCOMPARE(vm.status()->statusText(), UiText::systemAudioPermissionMissing);
         QVERIFY(vm.showSystemAudioPermissionHelp());
         QVERIFY(!vm.shouldSuggestSystemAudioRelaunch());
         QCOMPARE(vm.systemAudioPermissionSummary(),
@@ -112,7 +112,7 @@ private Q_SLOTS:
         vm.requestSystemAudioPermissionFromUI();
         QTRY_VERIFY_WITH_TIMEOUT(!vm.isRequestingSystemAudioPermission(), kEngineWaitMs);
         QCOMPARE(probe.systemAccessRequests, 1);
-        QCOMPARE(vm.statusText(), UiText::systemAudioPermissionGrantedRelaunch);
+        QCOMPARE(vm.status()->statusText(), UiText::systemAudioPermissionGrantedRelaunch);
         QVERIFY(vm.shouldSuggestSystemAudioRelaunch());
         QVERIFY(vm.showSystemAudioPermissionHelp());
 
@@ -120,7 +120,7 @@ private Q_SLOTS:
         probe.preflight = true;
         vm.requestSystemAudioPermissionFromUI();
         QTRY_VERIFY_WITH_TIMEOUT(!vm.isRequestingSystemAudioPermission(), kEngineWaitMs);
-        QCOMPARE(vm.statusText(), UiText::systemAudioPermissionInUse);
+        QCOMPARE(vm.status()->statusText(), UiText::systemAudioPermissionInUse);
         QVERIFY(!vm.shouldSuggestSystemAudioRelaunch());
         QVERIFY(!vm.showSystemAudioPermissionHelp());
     }
@@ -136,7 +136,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(!vm.isStartingRecording(), kEngineWaitMs);
         QVERIFY(!vm.isRecording());
         QVERIFY(vm.showSystemAudioPermissionHelp());
-        QCOMPARE(vm.diagnosticHint(), UiText::systemAudioPermissionMissingHint);
+        QCOMPARE(vm.status()->diagnosticHint(), UiText::systemAudioPermissionMissingHint);
         QVERIFY(h->statuses.contains(UiText::systemAudioPermissionMissing));
     }
 
@@ -145,15 +145,15 @@ private Q_SLOTS:
         auto& vm = h.make();
         h.desktop.openablePlaces = {SettingsPlace::microphoneAccess, SettingsPlace::general};
         vm.openMicrophoneSystemSettings();
-        QCOMPARE(vm.statusText(), UiText::openedMicrophoneSettings);
+        QCOMPARE(vm.status()->statusText(), UiText::openedMicrophoneSettings);
         vm.openSystemAudioSystemSettings();
-        QCOMPARE(vm.statusText(), UiText::openedSystemAudioSettings);
+        QCOMPARE(vm.status()->statusText(), UiText::openedSystemAudioSettings);
         QCOMPARE(h.desktop.openedPlaces,
                  (QList<SettingsPlace>{SettingsPlace::microphoneAccess, SettingsPlace::general}));
 
         h.desktop.openablePlaces.clear();
         vm.openSystemAudioSystemSettings();
-        QCOMPARE(vm.statusText(), UiText::openSettingsFailed);
+        QCOMPARE(vm.status()->statusText(), UiText::openSettingsFailed);
     }
 
     void relaunchEndsThisInstanceOnlyWhenTheNewOneStarted() {
@@ -161,7 +161,7 @@ private Q_SLOTS:
         auto& vm = h.make();
         h.desktop.startError = u"No such file or directory"_s;
         vm.relaunchApplication();
-        QCOMPARE(vm.statusText(), UiText::relaunchFailed(u"No such file or directory"_s));
+        QCOMPARE(vm.status()->statusText(), UiText::relaunchFailed(u"No such file or directory"_s));
         QCOMPARE(h.desktop.terminations, 0);
 
         h.desktop.startError.reset();

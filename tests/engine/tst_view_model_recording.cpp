@@ -18,13 +18,6 @@ const QString kT0 = u"2026-01-02T10:00:00Z"_s;
 const QString kT2 = u"2026-01-02T10:00:02Z"_s;
 const QString kT4 = u"2026-01-02T10:00:04Z"_s;
 
-QStringList textsOf(const QList<TranscriptSegment>& segments) {
-    QStringList texts;
-    for (const auto& segment : segments)
-        texts << segment.text;
-    return texts;
-}
-
 /// `samples` PCM16 samples, all `value`.
 QByteArray constantPCM(qint16 value, int samples) {
     QByteArray pcm(samples * 2, Qt::Uninitialized);
@@ -66,14 +59,14 @@ void TstViewModelRecording::microphoneRecordingMergesStreamAndPollAndSaves() {
     auto& vm = h.make();
 
     vm.startRecording();
-    QCOMPARE(vm.statusText(), UiText::statusConnecting);
+    QCOMPARE(vm.status()->statusText(), UiText::statusConnecting);
     QVERIFY(vm.isStartingRecording());
     QVERIFY(!vm.canStart());
     QVERIFY(vm.canStop());
     QTRY_VERIFY_WITH_TIMEOUT(vm.isRecording(), kEngineWaitMs);
     const QString id = vm.sessionId();
     QVERIFY(!id.isEmpty());
-    QCOMPARE(vm.statusText(), UiText::statusListeningTo(u"Sisäinen mikrofoni"_s));
+    QCOMPARE(vm.status()->statusText(), UiText::statusListeningTo(u"Sisäinen mikrofoni"_s));
     QVERIFY(vm.canPause());
     QCOMPARE(h.microphoneBackend.requestedDevices(), QList<quint32>{7});
 
@@ -106,17 +99,17 @@ void TstViewModelRecording::microphoneRecordingMergesStreamAndPollAndSaves() {
     QVERIFY(!vm.canSave());
 
     vm.stopRecording();
-    QCOMPARE(vm.statusText(), UiText::statusStopping);
+    QCOMPARE(vm.status()->statusText(), UiText::statusStopping);
     QVERIFY(!vm.isRecording());
     QVERIFY(vm.canStart());
     QVERIFY(vm.canSave());
     QVERIFY(!h.microphoneBackend.isRecording());
-    QTRY_COMPARE_WITH_TIMEOUT(vm.statusText(), UiText::statusStopped, kEngineWaitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(), UiText::statusStopped, kEngineWaitMs);
     QVERIFY(h.session(id)->isStopped());
     QCOMPARE(vm.sessionId(), id);
     QCOMPARE(vm.segments().size(), 3);
     QCOMPARE(vm.audioFramesSent(), 0);
-    QCOMPARE(vm.diagnosticHint(), QString());
+    QCOMPARE(vm.status()->diagnosticHint(), QString());
     QVERIFY(vm.canSummary());
 
     const auto saved = SessionHistoryStore(h.historyDirectory.path()).load(id);
@@ -140,7 +133,8 @@ void TstViewModelRecording::systemAudioSilenceEndsWithoutTranscriptAndTellsWhy()
     auto& vm = h.make();
     QVERIFY(h.startRecordingIn(AudioInputMode::systemAudio));
     const QString id = vm.sessionId();
-    QVERIFY(vm.statusText().startsWith(UiText::statusListeningTo(u"Kaiuttimet"_s).chopped(1)));
+    QVERIFY(vm.status()->statusText().startsWith(
+        UiText::statusListeningTo(u"Kaiuttimet"_s).chopped(1)));
     QVERIFY(h.systemBackend.isCapturing());
     QVERIFY(!h.microphoneBackend.isRecording());
 
@@ -154,9 +148,9 @@ void TstViewModelRecording::systemAudioSilenceEndsWithoutTranscriptAndTellsWhy()
     QCOMPARE(vm.outgoingAudioLevel(), 0.0);
 
     vm.stopRecording();
-    QTRY_COMPARE_WITH_TIMEOUT(vm.statusText(), UiText::statusStoppedWithoutTranscript,
+    QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(), UiText::statusStoppedWithoutTranscript,
                               kEngineWaitMs);
-    QCOMPARE(vm.diagnosticHint(), UiText::hintEmptyResultSilentSystemAudio);
+    QCOMPARE(vm.status()->diagnosticHint(), UiText::hintEmptyResultSilentSystemAudio);
     QVERIFY(h.session(id)->isStopped());
     QVERIFY(!h.systemBackend.isCapturing());
     // Nothing to keep: no file for a session without lines or pins.
@@ -171,9 +165,10 @@ void TstViewModelRecording::mixedModeSendsTheMixOfBothSources() {
     QVERIFY(h.startRecordingIn(AudioInputMode::microphoneAndSystem));
     const QString id = vm.sessionId();
     // Mixed mode names the selected microphone as the picker does ("Auto" for none).
-    QCOMPARE(vm.statusText(), UiText::statusListeningTo(UiText::automaticSource + u" + "_s +
-                                                        vm.micStatusLabel().section(u" + "_s, 1)));
-    QVERIFY(vm.statusText().contains(u" + Kaiuttimet"_s));
+    QCOMPARE(vm.status()->statusText(),
+             UiText::statusListeningTo(UiText::automaticSource + u" + "_s +
+                                       vm.micStatusLabel().section(u" + "_s, 1)));
+    QVERIFY(vm.status()->statusText().contains(u" + Kaiuttimet"_s));
     QVERIFY(h.microphoneBackend.isRecording());
     QVERIFY(h.systemBackend.isCapturing());
 
@@ -198,10 +193,10 @@ void TstViewModelRecording::mixedModeSendsTheMixOfBothSources() {
     vm.stopRecording();
     QVERIFY(!h.microphoneBackend.isRecording());
     QVERIFY(!h.systemBackend.isCapturing());
-    QTRY_COMPARE_WITH_TIMEOUT(vm.statusText(), UiText::statusStoppedWithoutTranscript,
+    QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(), UiText::statusStoppedWithoutTranscript,
                               kEngineWaitMs);
     const qint64 frames = h.session(id)->audioFrameCount;
-    QCOMPARE(vm.diagnosticHint(),
+    QCOMPARE(vm.status()->diagnosticHint(),
              frames < 10 ? UiText::hintEmptyResultTooShort : UiText::hintEmptyResultNoText);
 }
 

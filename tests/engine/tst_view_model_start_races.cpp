@@ -67,16 +67,16 @@ void TstViewModelStartRaces::stopWhileCreateSessionIsInFlight() {
 
     vm.startRecording();
     vm.stopRecording();
-    QCOMPARE(vm.statusText(), UiText::statusStopping);
+    QCOMPARE(vm.status()->statusText(), UiText::statusStopping);
     QVERIFY(vm.canStart());
-    QTRY_COMPARE_WITH_TIMEOUT(vm.statusText(), UiText::statusStopped, kEngineWaitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(), UiText::statusStopped, kEngineWaitMs);
 
     // The stale attempt stops the session it got late and changes nothing visible.
     QTRY_COMPARE_WITH_TIMEOUT(h.stoppedSessionIds().size(), 1, kEngineWaitMs);
     const QString late = h.stoppedSessionIds().first();
     QTRY_VERIFY_WITH_TIMEOUT(h.session(late)->isStopped(), kEngineWaitMs);
     QCOMPARE(vm.sessionId(), QString());
-    QCOMPARE(vm.statusText(), UiText::statusStopped);
+    QCOMPARE(vm.status()->statusText(), UiText::statusStopped);
     QVERIFY(!vm.isRecording());
     QVERIFY(!vm.isStartingRecording());
     QVERIFY(h.microphoneBackend.requestedDevices().isEmpty());
@@ -95,7 +95,7 @@ void TstViewModelStartRaces::stopWhilePermissionIsAsked() {
     vm.startRecording();
     vm.stopRecording();
     QTRY_VERIFY_WITH_TIMEOUT(probe->answered, kEngineWaitMs);
-    QTRY_COMPARE_WITH_TIMEOUT(vm.statusText(), UiText::statusStopped, kEngineWaitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(), UiText::statusStopped, kEngineWaitMs);
     // The attempt ended before creating anything.
     QCOMPARE(h.requestCount(u"/v1/sessions"_s), 0);
     QVERIFY(vm.sessionId().isEmpty());
@@ -110,8 +110,9 @@ void TstViewModelStartRaces::startLimitWhileCreateSessionIsInFlight() {
     auto& vm = h.make();
 
     vm.startRecording();
-    QTRY_COMPARE_WITH_TIMEOUT(vm.statusText(), UiText::statusStartTimedOut, kEngineWaitMs);
-    QCOMPARE(vm.diagnosticHint(), UiText::hintStartTimedOut);
+    QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(), UiText::statusStartTimedOut,
+                              kEngineWaitMs);
+    QCOMPARE(vm.status()->diagnosticHint(), UiText::hintStartTimedOut);
     QVERIFY(!vm.isStartingRecording());
     QVERIFY(vm.canStart());
 
@@ -119,8 +120,8 @@ void TstViewModelStartRaces::startLimitWhileCreateSessionIsInFlight() {
     const QString late = h.stoppedSessionIds().first();
     QTRY_VERIFY_WITH_TIMEOUT(h.session(late)->isStopped(), kEngineWaitMs);
     QCOMPARE(vm.sessionId(), QString());
-    QCOMPARE(vm.statusText(), UiText::statusStartTimedOut);
-    QCOMPARE(vm.diagnosticHint(), UiText::hintStartTimedOut);
+    QCOMPARE(vm.status()->statusText(), UiText::statusStartTimedOut);
+    QCOMPARE(vm.status()->diagnosticHint(), UiText::hintStartTimedOut);
 }
 
 void TstViewModelStartRaces::newStartWhileStaleAttemptStillWaits() {
@@ -131,7 +132,7 @@ void TstViewModelStartRaces::newStartWhileStaleAttemptStillWaits() {
 
     vm.startRecording();
     vm.stopRecording();
-    QTRY_COMPARE_WITH_TIMEOUT(vm.statusText(), UiText::statusStopped, kEngineWaitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(), UiText::statusStopped, kEngineWaitMs);
     vm.startRecording();
     QTRY_VERIFY_WITH_TIMEOUT(vm.isRecording(), kEngineWaitMs);
     const QString current = vm.sessionId();
@@ -143,7 +144,7 @@ void TstViewModelStartRaces::newStartWhileStaleAttemptStillWaits() {
     QVERIFY(!h.session(current)->isStopped());
     QCOMPARE(vm.sessionId(), current);
     QVERIFY(vm.isRecording());
-    QCOMPARE(vm.statusText(), UiText::statusListeningTo(u"Sisäinen mikrofoni"_s));
+    QCOMPARE(vm.status()->statusText(), UiText::statusListeningTo(u"Sisäinen mikrofoni"_s));
 
     vm.stopRecording();
     QTRY_VERIFY_WITH_TIMEOUT(h.session(current)->isStopped(), kEngineWaitMs);
@@ -158,7 +159,7 @@ void TstViewModelStartRaces::failedCaptureStartKeepsTheSession() {
     vm.startRecording();
     const QString failure =
         MicrophoneCaptureError(MicrophoneCaptureError::Kind::engineNotReady).description();
-    QTRY_COMPARE_WITH_TIMEOUT(vm.statusText(), failure, kEngineWaitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(), failure, kEngineWaitMs);
     QVERIFY(!vm.isStartingRecording());
     QVERIFY(!vm.isRecording());
     QVERIFY(vm.canStart());
@@ -166,9 +167,9 @@ void TstViewModelStartRaces::failedCaptureStartKeepsTheSession() {
     QVERIFY(!id.isEmpty());
 
     // The armed start limit was disarmed: no status change and no stop request follow it.
-    QSignalSpy statusChanges(&vm, &TranscriptionViewModel::statusTextChanged);
+    QSignalSpy statusChanges(vm.status(), &StatusLine::statusTextChanged);
     QVERIFY(!statusChanges.wait(static_cast<int>(h.timing.startRecordingLimit.count()) * 2));
-    QCOMPARE(vm.statusText(), failure);
+    QCOMPARE(vm.status()->statusText(), failure);
     QVERIFY(h.stoppedSessionIds().isEmpty());
     QVERIFY(!h.session(id)->isStopped());
 }

@@ -51,14 +51,15 @@ void TstViewModelSupervision::silentHeadsetIsReplacedOnceByTheBuiltInMicrophone(
 
     vm.startRecording();
     // The user's choice of a headset is kept and only explained.
-    QCOMPARE(vm.diagnosticHint(),
+    QCOMPARE(vm.status()->diagnosticHint(),
              UiText::hintWirelessHeadsetSelected(u"WH1000 Bluetooth"_s, u"Sisäinen mikrofoni"_s));
     QTRY_VERIFY_WITH_TIMEOUT(vm.isRecording(), kEngineWaitMs);
     const QString id = vm.sessionId();
 
     QTRY_COMPARE_WITH_TIMEOUT(vm.selectedInputDeviceID(), kBuiltIn, kEngineWaitMs);
     QCOMPARE(h.microphoneBackend.requestedDevices(), (QList<quint32>{kHeadset, kBuiltIn}));
-    QCOMPARE(vm.statusText(), UiText::statusMicrophoneSwitchedTo(u"Sisäinen mikrofoni"_s));
+    QCOMPARE(vm.status()->statusText(),
+             UiText::statusMicrophoneSwitchedTo(u"Sisäinen mikrofoni"_s));
     // The meta poll may clear a hint again when it finds nothing wrong.
     QVERIFY(h.hints.contains(
         UiText::hintMicrophoneFellBackToStable(u"WH1000 Bluetooth"_s, u"Sisäinen mikrofoni"_s)));
@@ -84,20 +85,14 @@ void TstViewModelSupervision::systemAudioWithoutPCMFallsBackToMixedOnSecondPoll(
     const QString id = vm.sessionId();
     QVERIFY(!h.microphoneBackend.isRecording());
 
-    QList<ScriptedAudioBuffer> raw;
-    for (int i = 0; i < 3; ++i) {
-        auto buffer = ScriptedAudioBuffer::constant(48000, 2, 4800, 0.3f);
-        buffer.isDataReady = false;
-        raw << buffer;
-    }
-    h.systemBackend.play(raw);
-    QSignalSpy hints(&vm, &TranscriptionViewModel::diagnosticHintChanged);
+    h.systemBackend.play(buffersWithoutPCM(3));
+    QSignalSpy hints(vm.status(), &StatusLine::diagnosticHintChanged);
     QTRY_VERIFY_WITH_TIMEOUT(vm.fallbackNoticeVisible(), kEngineWaitMs);
     // The first poll warned, the second fell back.
     QVERIFY(!hints.isEmpty());
     QCOMPARE(vm.inputMode(), AudioInputMode::microphoneAndSystem);
-    QCOMPARE(vm.diagnosticHint(), UiText::hintSystemFallbackActivated);
-    QVERIFY(vm.statusText().startsWith(u"Kuuntelen... (Auto + Kaiuttimet"_s));
+    QCOMPARE(vm.status()->diagnosticHint(), UiText::hintSystemFallbackActivated);
+    QVERIFY(vm.status()->statusText().startsWith(u"Kuuntelen... (Auto + Kaiuttimet"_s));
     QVERIFY(h.microphoneBackend.isRecording());
     QVERIFY(h.systemBackend.isCapturing());
 
@@ -105,7 +100,7 @@ void TstViewModelSupervision::systemAudioWithoutPCMFallsBackToMixedOnSecondPoll(
     h.microphoneBackend.play(toneBuffers(5, 0.5f));
     QTRY_COMPARE_WITH_TIMEOUT(h.session(id)->audioFrameCount, 3, kEngineWaitMs);
     vm.stopRecording();
-    QTRY_COMPARE_WITH_TIMEOUT(vm.statusText(), UiText::statusStoppedWithoutTranscript,
+    QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(), UiText::statusStoppedWithoutTranscript,
                               kEngineWaitMs);
     QVERIFY(!vm.fallbackNoticeVisible());
 }
@@ -116,7 +111,7 @@ void TstViewModelSupervision::pickerSwitchesTheRunningMicrophone() {
     h.microphoneBackend.devices.append({21, u"USB-mikrofoni"_s, AudioTransportKind::usb, 1});
     auto& vm = h.make();
     vm.setPreferredInputDevice(kBuiltIn);
-    QCOMPARE(vm.statusText(), UiText::statusMicrophoneUpdated);
+    QCOMPARE(vm.status()->statusText(), UiText::statusMicrophoneUpdated);
     vm.startRecording();
     QTRY_VERIFY_WITH_TIMEOUT(vm.isRecording(), kEngineWaitMs);
 
@@ -126,12 +121,13 @@ void TstViewModelSupervision::pickerSwitchesTheRunningMicrophone() {
     vm.setPreferredInputDevice(21);
     QTRY_COMPARE_WITH_TIMEOUT(h.microphoneBackend.requestedDevices(),
                               (QList<quint32>{kBuiltIn, 21}), kEngineWaitMs);
-    QCOMPARE(vm.statusText(), UiText::statusMicrophoneSwitchedTo(u"USB-mikrofoni"_s));
-    QCOMPARE(vm.diagnosticHint(), UiText::hintMicrophoneSwitchedInRecording);
+    QCOMPARE(vm.status()->statusText(), UiText::statusMicrophoneSwitchedTo(u"USB-mikrofoni"_s));
+    QCOMPARE(vm.status()->diagnosticHint(), UiText::hintMicrophoneSwitchedInRecording);
 
     vm.setPreferredInputDevice(0);
     QTRY_COMPARE_WITH_TIMEOUT(h.microphoneBackend.requestedDevices().size(), 3, kEngineWaitMs);
-    QCOMPARE(vm.statusText(), UiText::statusMicrophoneSwitchedTo(UiText::automaticSource));
+    QCOMPARE(vm.status()->statusText(),
+             UiText::statusMicrophoneSwitchedTo(UiText::automaticSource));
     vm.stopRecording();
 }
 
@@ -145,7 +141,7 @@ void TstViewModelSupervision::pickingAMicrophoneAddsItToASystemRecording() {
     vm.setPreferredInputDevice(kBuiltIn);
     QTRY_COMPARE_WITH_TIMEOUT(vm.inputMode(), AudioInputMode::microphoneAndSystem, kEngineWaitMs);
     QVERIFY(h.statuses.contains(UiText::statusAddingMicrophone));
-    QCOMPARE(vm.diagnosticHint(), UiText::hintMicrophoneJoinedRecording);
+    QCOMPARE(vm.status()->diagnosticHint(), UiText::hintMicrophoneJoinedRecording);
     QVERIFY(h.microphoneBackend.isRecording());
 
     // Both sources are rewired for mixing: paired chunks leave as one frame.

@@ -1,6 +1,6 @@
-#include "support/InMemoryPreferences.h"
 #include "storage/STTConfigurationStore.h"
 #include "storage/SettingsPreferences.h"
+#include "support/InMemoryPreferences.h"
 
 #include <QTemporaryDir>
 #include <QTest>

@@ -236,6 +236,27 @@ private Q_SLOTS:
         QCOMPARE(QDir(m_dir->path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 2);
     }
 
+    void unsafeIdsAreSavedUnderADerivedNameThatKeepsTheId_data() {
+        QTest::addColumn<QString>("id");
+        QTest::newRow("parent path") << u"../escaped"_s;
+        QTest::newRow("absolute path") << u"/tmp/escaped"_s;
+        QTest::newRow("leading dot") << u".hidden"_s;
+        QTest::newRow("empty") << QString();
+    }
+    void unsafeIdsAreSavedUnderADerivedNameThatKeepsTheId() {
+        QFETCH(QString, id);
+        SessionHistoryStore store(m_sessions);
+        const QString fileId = SessionHistoryStore::fileIdFor(id);
+        QVERIFY(fileId.startsWith(u"session-"_s));
+        QCOMPARE(SessionHistoryStore::fileIdFor(id), fileId);
+        QVERIFY(SessionHistoryStore::fileIdFor(id + u"x"_s) != fileId);
+
+        store.save(makeSession(id, 800000000.0), fileId);
+        QCOMPARE(QDir(m_sessions).entryList(QDir::Files), QStringList{fileId + u".json"_s});
+        QCOMPARE(store.load(fileId)->id, id);
+        QCOMPARE(listedIds(store), QStringList{id});
+    }
+
     void idsWithDotsAndSpacesAreOrdinaryNames() {
         SessionHistoryStore store(m_sessions);
         store.save(makeSession(u"..hidden-looking"_s, 800000000.0));

@@ -1,6 +1,6 @@
 #include "model/JsonReader.h"
-#include "support/InMemoryPreferences.h"
 #include "storage/STTConfigurationStore.h"
+#include "support/InMemoryPreferences.h"
 
 #include <QJsonDocument>
 #include <QTest>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "platform/AudioInputBackend.h"
 #include "audio/AudioSourceOptions.h"
 #include "audio/MicrophoneCaptureError.h"
 #include "audio/PcmChunker.h"
+#include "platform/AudioInputBackend.h"
 
 #include <QByteArray>
 #include <QList>

@@ -2,10 +2,10 @@
 
 #include "audio/AudioSourceOptions.h"
 #include "audio/PcmChunker.h"
-#include "platform/SystemAudioBackend.h"
 #include "audio/SystemAudioCaptureError.h"
 #include "audio/SystemAudioSources.h"
 #include "model/Timing.h"
+#include "platform/SystemAudioBackend.h"
 
 #include <QByteArray>
 #include <QList>

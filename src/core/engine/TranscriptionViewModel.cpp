@@ -2,12 +2,12 @@
 #include "engine/TranscriptionViewModel.h"
 
 #include "audio/MicrophonePermissionSnapshot.h"
-#include "platform/PermissionProbe.h"
 #include "audio/SystemAudioPermissionSnapshot.h"
 #include "backend/WebSocketStreamClient.h"
 #include "engine/rules/SessionMetaRules.h"
 #include "engine/rules/TranscriptText.h"
 #include "model/DeploymentDefaults.h"
+#include "platform/PermissionProbe.h"
 #include "text/UiText.h"
 
 #include <algorithm>
@@ -23,26 +23,6 @@ bool isBlank(const QString& text) {
 }
 
 } // namespace
-
-// StoredTask
-
-CancellationToken TranscriptionViewModel::StoredTask::renew() {
-    cancel();
-    m_task.reset();
-    m_source.emplace();
-    return m_source->token();
-}
-
-void TranscriptionViewModel::StoredTask::cancelAndClear() {
-    cancel();
-    m_source.reset();
-    m_task.reset();
-}
-
-void TranscriptionViewModel::StoredTask::cancel() {
-    if (m_source)
-        m_source->cancel();
-}
 
 // Construction
 
@@ -61,12 +41,12 @@ TranscriptionViewModel::TranscriptionViewModel(Dependencies dependencies, QObjec
           m_permissionProbe ? std::make_shared<SystemAudioPermission>(
                                   m_permissionProbe, m_timing.systemAudioPermissionProbeRetryDelay)
                             : nullptr)
-    , m_statusText(UiText::statusReadyToStart)
     , m_microphonePermission{UiText::microphonePermissionUnchecked, {}, false, true, false}
     , m_systemAudioPermissionState{UiText::systemAudioPermissionUnchecked, {}, false, true, false}
     , m_memoAIBackendStatus(UiText::memoBackendStatusUnknown)
     , m_startAttemptID(QUuid::createUuid())
     , m_resumeAttemptID(QUuid::createUuid()) {
+    m_status.setStatusText(UiText::statusReadyToStart);
     STTConfiguration config = m_configStore.load();
     if (isBlank(config.baseURL))
         config.baseURL = defaultBackendURL();
@@ -122,32 +102,32 @@ void TranscriptionViewModel::refreshSessionHistory() {
 // Derived values
 
 bool TranscriptionViewModel::canStart() const {
-    return !m_isStartingRecording && !m_isRecording && !m_isResumingRecording &&
+    return !isStartingRecording() && !isRecording() && !isResumingRecording() &&
            !m_isAudioTestRunning;
 }
 
 bool TranscriptionViewModel::canStop() const {
-    return m_isStartingRecording || m_isRecording || m_isResumingRecording;
+    return isStartingRecording() || isRecording() || isResumingRecording();
 }
 
 bool TranscriptionViewModel::canPause() const {
-    return m_isRecording && !m_isPaused && !m_isResumingRecording;
+    return isRecording() && !isPaused() && !isResumingRecording();
 }
 
 bool TranscriptionViewModel::canResume() const {
-    return m_isRecording && m_isPaused && !m_isResumingRecording;
+    return isRecording() && isPaused() && !isResumingRecording();
 }
 
 bool TranscriptionViewModel::canAddPin() const {
-    return m_isRecording && !m_isStartingRecording && !m_isResumingRecording;
+    return isRecording() && !isStartingRecording() && !isResumingRecording();
 }
 
 bool TranscriptionViewModel::canSave() const {
-    return (!m_segments.isEmpty() || !m_pins.isEmpty()) && !m_isRecording;
+    return (!m_segments.isEmpty() || !m_pins.isEmpty()) && !isRecording();
 }
 
 bool TranscriptionViewModel::canSummary() const {
-    return !m_segments.isEmpty() && !m_isRecording && !m_sessionId.isEmpty();
+    return !m_segments.isEmpty() && !isRecording() && !m_sessionId.isEmpty();
 }
 
 QString TranscriptionViewModel::transcriptText() const {
@@ -347,40 +327,26 @@ void TranscriptionViewModel::setMixedPreset(MixPreset preset) {
     VESNARA_ASSIGN_AND_NOTIFY(m_mixedPreset, preset, mixedPresetChanged);
 }
 
-void TranscriptionViewModel::setIsRecording(bool value) {
-    if (m_isRecording == value)
+void TranscriptionViewModel::setRunState(RecordingRunState state) {
+    if (m_runState == state)
         return;
-    m_isRecording = value;
-    Q_EMIT isRecordingChanged();
-    notifyRunStateChanged();
-}
-
-void TranscriptionViewModel::setIsStartingRecording(bool value) {
-    if (m_isStartingRecording == value)
-        return;
-    m_isStartingRecording = value;
-    Q_EMIT isStartingRecordingChanged();
-    notifyRunStateChanged();
-}
-
-void TranscriptionViewModel::setIsResumingRecording(bool value) {
-    if (m_isResumingRecording == value)
-        return;
-    m_isResumingRecording = value;
-    Q_EMIT isResumingRecordingChanged();
-    notifyRunStateChanged();
-}
-
-void TranscriptionViewModel::setIsPaused(bool value) {
-    if (m_isPaused == value)
-        return;
-    m_isPaused = value;
-    Q_EMIT isPausedChanged();
+    const RecordingRunFlags before = flagsOf(m_runState);
+    const RecordingRunFlags after = flagsOf(state);
+    m_runState = state;
+    // Every flag is set before any signal goes out, so a receiver never reads a mixed state.
+    if (before.isRecording != after.isRecording)
+        Q_EMIT isRecordingChanged();
+    if (before.isStartingRecording != after.isStartingRecording)
+        Q_EMIT isStartingRecordingChanged();
+    if (before.isResumingRecording != after.isResumingRecording)
+        Q_EMIT isResumingRecordingChanged();
+    if (before.isPaused != after.isPaused)
+        Q_EMIT isPausedChanged();
     notifyRunStateChanged();
 }
 
 void TranscriptionViewModel::setStatusText(const QString& text) {
-    VESNARA_ASSIGN_AND_NOTIFY(m_statusText, text, statusTextChanged);
+    m_status.setStatusText(text);
 }
 
 void TranscriptionViewModel::setPauseElapsedLabel(const QString& label) {
@@ -388,7 +354,7 @@ void TranscriptionViewModel::setPauseElapsedLabel(const QString& label) {
 }
 
 void TranscriptionViewModel::setDiagnosticHint(const QString& hint) {
-    VESNARA_ASSIGN_AND_NOTIFY(m_diagnosticHint, hint, diagnosticHintChanged);
+    m_status.setDiagnosticHint(hint);
 }
 
 void TranscriptionViewModel::setFallbackNoticeVisible(bool visible) {

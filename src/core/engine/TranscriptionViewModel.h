@@ -9,7 +9,12 @@
 #include "backend/STTAPIClient.h"
 #include "backend/ServerTranscriptResponse.h"
 #include "backend/SessionMetaResponse.h"
+#include "engine/RecordingRun.h"
+#include "engine/StatusLine.h"
+#include "engine/StoredTask.h"
 #include "engine/rules/MixerQueues.h"
+#include "engine/rules/RecordingRunState.h"
+#include "engine/rules/TranscriptMerge.h"
 #include "model/AudioInputMode.h"
 #include "model/MixPreset.h"
 #include "model/STTConfiguration.h"
@@ -109,14 +114,13 @@ class TranscriptionViewModel final : public QObject {
                    mixedLimiterEnabledChanged)
     Q_PROPERTY(vesnara::MixPreset mixedPreset READ mixedPreset NOTIFY mixedPresetChanged)
 
-    // Run state
+    // Run state; the status line and hint are written by every part into one `StatusLine`.
+    Q_PROPERTY(vesnara::StatusLine* status READ status CONSTANT)
     Q_PROPERTY(bool isRecording READ isRecording NOTIFY isRecordingChanged)
     Q_PROPERTY(bool isStartingRecording READ isStartingRecording NOTIFY isStartingRecordingChanged)
     Q_PROPERTY(bool isResumingRecording READ isResumingRecording NOTIFY isResumingRecordingChanged)
     Q_PROPERTY(bool isPaused READ isPaused NOTIFY isPausedChanged)
-    Q_PROPERTY(QString statusText READ statusText NOTIFY statusTextChanged)
     Q_PROPERTY(QString pauseElapsedLabel READ pauseElapsedLabel NOTIFY pauseElapsedLabelChanged)
-    Q_PROPERTY(QString diagnosticHint READ diagnosticHint NOTIFY diagnosticHintChanged)
     Q_PROPERTY(
         bool fallbackNoticeVisible READ fallbackNoticeVisible NOTIFY fallbackNoticeVisibleChanged)
 
@@ -296,13 +300,14 @@ public:
     MixPreset mixedPreset() const { return m_mixedPreset; }
 
     // Run state
-    bool isRecording() const { return m_isRecording; }
-    bool isStartingRecording() const { return m_isStartingRecording; }
-    bool isResumingRecording() const { return m_isResumingRecording; }
-    bool isPaused() const { return m_isPaused; }
-    const QString& statusText() const { return m_statusText; }
+    StatusLine* status() { return &m_status; }
+    const StatusLine* status() const { return &m_status; }
+    RecordingRunState runState() const { return m_runState; }
+    bool isRecording() const { return flagsOf(m_runState).isRecording; }
+    bool isStartingRecording() const { return flagsOf(m_runState).isStartingRecording; }
+    bool isResumingRecording() const { return flagsOf(m_runState).isResumingRecording; }
+    bool isPaused() const { return flagsOf(m_runState).isPaused; }
     const QString& pauseElapsedLabel() const { return m_pauseElapsedLabel; }
-    const QString& diagnosticHint() const { return m_diagnosticHint; }
     bool fallbackNoticeVisible() const { return m_fallbackNoticeVisible; }
 
     // Transcript
@@ -498,9 +503,7 @@ Q_SIGNALS:
     void isStartingRecordingChanged();
     void isResumingRecordingChanged();
     void isPausedChanged();
-    void statusTextChanged();
     void pauseElapsedLabelChanged();
-    void diagnosticHintChanged();
     void fallbackNoticeVisibleChanged();
     void interimTextChanged();
     void segmentsChanged();
@@ -535,24 +538,6 @@ Q_SIGNALS:
     void sourceLabelsChanged();
 
 private:
-    /// A stored background task: the running coroutine and the source of its token.
-    /// "Cancel and clear" cancels the token and drops both; the coroutine ends at its next check.
-    class StoredTask {
-    public:
-        /// Cancels the previous task and hands out the token of the next one.
-        CancellationToken renew();
-        /// Keeps the coroutine started with the token of the last `renew`.
-        void hold(QCoro::Task<> task) { m_task.emplace(std::move(task)); }
-        void cancelAndClear();
-        /// Cancels without clearing.
-        void cancel();
-        bool isHeld() const { return m_source.has_value(); }
-
-    private:
-        std::optional<CancellationSource> m_source;
-        std::optional<QCoro::Task<>> m_task;
-    };
-
     // Construction (TranscriptionViewModel.cpp)
     void notifyRunStateChanged();
 
@@ -560,10 +545,7 @@ private:
     void setConfig(const STTConfiguration& config);
     void setMixSettings(const MixSettings& settings);
     void setMixedPreset(MixPreset preset);
-    void setIsRecording(bool value);
-    void setIsStartingRecording(bool value);
-    void setIsResumingRecording(bool value);
-    void setIsPaused(bool value);
+    void setRunState(RecordingRunState state);
     void setStatusText(const QString& text);
     void setPauseElapsedLabel(const QString& label);
     void setDiagnosticHint(const QString& hint);
@@ -585,9 +567,10 @@ private:
 
     // Recording (TranscriptionViewModelRecording.cpp)
     /// Starts the attempt task of a start; the caller has set everything up.
-    QCoro::Task<> runStartAttempt(QUuid attemptID, STTConfiguration config, STTAPIClient apiClient,
-                                  QString language, QString sttModel, AudioInputMode mode,
-                                  quint32 systemDisplayID, QString systemApplicationBundleID);
+    QCoro::Task<> runStartAttempt(std::shared_ptr<RecordingRun> run, QUuid attemptID,
+                                  STTConfiguration config, STTAPIClient apiClient, QString language,
+                                  QString sttModel, AudioInputMode mode, quint32 systemDisplayID,
+                                  QString systemApplicationBundleID);
     void handleStartFailure(QUuid attemptID, std::exception_ptr error);
     void scheduleStartRecordingTimeout(QUuid attemptID, STTConfiguration config,
                                        STTAPIClient apiClient);
@@ -621,25 +604,38 @@ private:
     StableInputSelection stableInputDeviceSelection(quint32 selected) const;
 
     // Transcript (TranscriptionViewModelTranscript.cpp)
-    void handleStreamEvent(const StreamEvent& event);
-    void appendFinalSegment(const QString& text, Timestamp timestamp,
-                            const std::optional<QString>& speakerLabel,
-                            bool allowTextOnlyDuplicateCheck);
-    void mergePolledSegments(const QList<ServerTranscriptResponse::Segment>& segments);
-    void startTranscriptPolling(QString sessionId, STTConfiguration config, STTAPIClient apiClient);
-    QCoro::Task<> transcriptPollLoop(QString sessionId, STTConfiguration config,
+    /// An event of `run`'s stream. Only the run on screen shows it; a detached run keeps its
+    /// final lines, and any other run's events are dropped.
+    void handleStreamEvent(const std::shared_ptr<RecordingRun>& run, const StreamEvent& event);
+    /// Adds a final line to `run`'s transcript: the one on screen, or the run's own copy.
+    void addFinalLine(const std::shared_ptr<RecordingRun>& run, const FinalLine& line);
+    void mergePolledSegments(const std::shared_ptr<RecordingRun>& run,
+                             const QList<ServerTranscriptResponse::Segment>& segments);
+    void startTranscriptPolling(std::shared_ptr<RecordingRun> run, STTConfiguration config,
+                                STTAPIClient apiClient);
+    QCoro::Task<> transcriptPollLoop(std::shared_ptr<RecordingRun> run, STTConfiguration config,
                                      STTAPIClient apiClient, CancellationToken token);
 
     // Stop (TranscriptionViewModelStop.cpp)
-    QCoro::Task<> finishStop(QPointer<WebSocketStreamClient> wsClient, QString sessionId,
-                             Timestamp startedAt, Timestamp endedAt,
+    /// How a live run ends.
+    enum class RunEnd { stoppedByUser, startFailed, startTimedOut, stoppedRemotely };
+    /// The one teardown of a live run: its attempts made stale, its timeouts and background work
+    /// cancelled, the pause clock stopped, the sources stopped. A user's stop keeps the stream
+    /// open for the flush and leaves the run finishing; every other end closes the stream.
+    void endRun(RunEnd end);
+    /// After the flush: the server's transcript merged, the session saved here, then stopped on
+    /// the server. Only while `run` is still on screen does it touch what the screen shows.
+    QCoro::Task<> finishStop(std::shared_ptr<RecordingRun> run,
+                             QPointer<WebSocketStreamClient> wsClient, Timestamp endedAt,
                              QList<TranscriptSegment> segmentsAtStop, QString language,
                              QString sttModel, STTConfiguration config, STTAPIClient apiClient);
+    /// Saves the session under its id, or under a safe name derived from an id that cannot name
+    /// a file. Returns what the user must be told: the file's name when it had to derive one, or
+    /// that the save failed (which is logged).
+    std::optional<QString> saveFinishedSession(const SavedSession& session);
     void resetRunFigures();
-    /// Links each pin to the nearest line within `maxDistance` seconds; a pin with no line that
-    /// near keeps its earlier link.
-    void linkPinsToNearestSegments(double maxDistance);
-    std::optional<QUuid> nearestSegmentId(Timestamp date, double maxDistance) const;
+    /// Links the pins on screen to their nearest lines.
+    void linkPinsOnScreen();
     /// Writes the transcript out after a stop when the user asked for it. Comes with the
     /// exports; does nothing yet.
     void autoExportAfterStopIfEnabled();
@@ -678,7 +674,8 @@ private:
     /// file, the text kept on screen.
     void handleRemoteSessionStopped(std::optional<SessionMetaResponse> sessionMeta,
                                     const QString& reason);
-    QCoro::Task<> fetchTranscriptAfterRemoteStop(QString sessionId, STTConfiguration config,
+    QCoro::Task<> fetchTranscriptAfterRemoteStop(std::shared_ptr<RecordingRun> run,
+                                                 QString sessionId, STTConfiguration config,
                                                  STTAPIClient apiClient,
                                                  std::optional<SessionMetaResponse> sessionMeta);
 
@@ -789,13 +786,11 @@ private:
     MixPreset m_mixedPreset = MixPreset::custom;
 
     // Run state
-    bool m_isRecording = false;
-    bool m_isStartingRecording = false;
-    bool m_isResumingRecording = false;
-    bool m_isPaused = false;
-    QString m_statusText;
+    RecordingRunState m_runState = RecordingRunState::idle;
+    /// The run on screen (the last one started); null before the first start.
+    std::shared_ptr<RecordingRun> m_run;
+    StatusLine m_status;
     QString m_pauseElapsedLabel;
-    QString m_diagnosticHint;
     bool m_fallbackNoticeVisible = false;
 
     // Transcript
@@ -836,7 +831,6 @@ private:
     // Stream
     /// The stream of the recording; a child of this object, disposed with `deleteLater`.
     QPointer<WebSocketStreamClient> m_webSocketClient;
-    std::optional<Timestamp> m_recordingStartedAt;
     std::optional<Timestamp> m_lastLocalAudioAt;
 
     // Background tasks

@@ -4,8 +4,8 @@
 
 #include "async/CancellationToken.h"
 #include "audio/PcmLevel.h"
-#include "engine/rules/AudioQualityVerdict.h"
 #include "engine/UserErrorDescription.h"
+#include "engine/rules/AudioQualityVerdict.h"
 #include "storage/AppLog.h"
 #include "text/UiText.h"
 
@@ -15,7 +15,7 @@ namespace vesnara {
 
 void TranscriptionViewModel::runAudioQualityTest() {
     // A start in progress owns the sources as much as a running recording does.
-    if (m_isRecording || m_isStartingRecording) {
+    if (isRecording() || isStartingRecording()) {
         setStatusText(UiText::audioTestStopRecordingFirst);
         return;
     }

@@ -86,7 +86,7 @@ void TranscriptionViewModel::handleSourceFrame(FrameSource source, const QByteAr
 
 void TranscriptionViewModel::handleOutgoingPCMFrame(const QByteArray& frame,
                                                     WebSocketStreamClient* wsClient) {
-    const bool paused = m_isPaused;
+    const bool paused = isPaused();
     wsClient->sendAudio(paused ? QByteArray(frame.size(), '\0') : frame);
     const double level = paused ? 0.0 : estimatePCM16Level(frame);
 
@@ -94,8 +94,8 @@ void TranscriptionViewModel::handleOutgoingPCMFrame(const QByteArray& frame,
     setAudioFramesSent(m_audioFramesSent + 1);
     setOutgoingAudioLevel(level);
     setOutgoingAudioPeak(std::max(m_outgoingAudioPeak, level));
-    if (const auto status = statusTextAfterOutgoingFrame(m_audioFramesSent, level, m_isRecording,
-                                                         m_isPaused, !m_segments.isEmpty()))
+    if (const auto status = statusTextAfterOutgoingFrame(m_audioFramesSent, level, isRecording(),
+                                                         isPaused(), !m_segments.isEmpty()))
         setStatusText(*status);
 }
 

@@ -53,8 +53,8 @@ void TranscriptionViewModel::applySessionMeta(const SessionMetaResponse& meta) {
 
     LiveHintInputs inputs;
     inputs.mode = m_inputMode;
-    inputs.isRecordingUnderWay = m_isStartingRecording || m_isRecording || m_isResumingRecording;
-    inputs.isPaused = m_isPaused;
+    inputs.isRecordingUnderWay = isStartingRecording() || isRecording() || isResumingRecording();
+    inputs.isPaused = isPaused();
     inputs.allowSystemFallback = m_allowSystemFallback;
     inputs.hasStreamClient = !m_webSocketClient.isNull();
     inputs.hasAttemptedMixedMicrophoneRestart = m_hasAttemptedMixedMicrophoneRestart;

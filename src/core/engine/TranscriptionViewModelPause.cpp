@@ -14,12 +14,11 @@ using namespace Qt::StringLiterals;
 namespace vesnara {
 
 void TranscriptionViewModel::pauseRecording() {
-    if (!m_isRecording || m_isPaused || m_isResumingRecording)
+    if (!isRecording() || isPaused() || isResumingRecording())
         return;
     m_resumeRecordingTimeoutTask.cancelAndClear();
     m_resumeAttemptID = QUuid::createUuid();
-    setIsResumingRecording(false);
-    setIsPaused(true);
+    setRunState(RecordingRunState::paused);
     setStatusText(UiText::statusPaused);
     startPauseTracking();
     setDiagnosticHint(UiText::hintRecordingPaused);
@@ -27,18 +26,16 @@ void TranscriptionViewModel::pauseRecording() {
 }
 
 void TranscriptionViewModel::resumeRecording() {
-    if (!m_isRecording || !m_isPaused || m_isResumingRecording)
+    if (!isRecording() || !isPaused() || isResumingRecording())
         return;
     if (!m_webSocketClient) {
         setStatusText(UiText::statusResumeFailedNoConnection);
-        setIsRecording(false);
-        setIsResumingRecording(false);
-        setIsPaused(false);
+        setRunState(RecordingRunState::idle);
         stopPauseTracking();
         return;
     }
     setStatusText(UiText::statusResuming);
-    setIsResumingRecording(true);
+    setRunState(RecordingRunState::resuming);
     m_resumeAttemptID = QUuid::createUuid();
     scheduleResumeRecordingTimeout(m_resumeAttemptID);
     runResumeAttempt(m_resumeAttemptID, m_sessionId, m_config, m_apiClient, m_webSocketClient);
@@ -57,7 +54,7 @@ QCoro::Task<> TranscriptionViewModel::runResumeAttempt(QUuid attemptID, QString 
             // No answer counts as no information: the stream's state alone decides.
         }
     }
-    if (!self || m_resumeAttemptID != attemptID || !m_isRecording || !m_isPaused)
+    if (!self || m_resumeAttemptID != attemptID || !isRecording() || !isPaused())
         co_return;
 
     switch (resumeCheckOutcome(meta, wsClient && wsClient->isActive())) {
@@ -74,8 +71,7 @@ QCoro::Task<> TranscriptionViewModel::runResumeAttempt(QUuid attemptID, QString 
     }
     m_resumeRecordingTimeoutTask.cancelAndClear();
     m_resumeAttemptID = QUuid::createUuid();
-    setIsResumingRecording(false);
-    setIsPaused(false);
+    setRunState(RecordingRunState::recording);
     stopPauseTracking();
     setDiagnosticHint({});
     setListeningStatus(m_inputMode);
@@ -94,10 +90,10 @@ QCoro::Task<> TranscriptionViewModel::resumeRecordingTimeout(QUuid attemptID,
     const bool slept = co_await sleepFor(m_timing.resumeRecordingLimit, token);
     if (!slept || token.isCancelled() || !self)
         co_return;
-    if (m_resumeAttemptID != attemptID || !m_isRecording || !m_isPaused)
+    if (m_resumeAttemptID != attemptID || !isRecording() || !isPaused())
         co_return;
     m_resumeAttemptID = QUuid::createUuid();
-    setIsResumingRecording(false);
+    setRunState(RecordingRunState::paused);
     setStatusText(UiText::statusResumeTimedOut);
     setDiagnosticHint(UiText::hintResumeTimedOut);
     AppLog::write(
@@ -107,7 +103,7 @@ QCoro::Task<> TranscriptionViewModel::resumeRecordingTimeout(QUuid attemptID,
 // Pause tracking
 
 void TranscriptionViewModel::startPauseTracking() {
-    if (!m_isPaused)
+    if (!isPaused())
         return;
     m_pauseStartedAt = Timestamp::now();
     updatePauseElapsedLabel();
@@ -122,13 +118,13 @@ QCoro::Task<> TranscriptionViewModel::pauseTickerLoop(CancellationToken token) {
         const bool slept = co_await sleepFor(interval, token);
         if (!slept || !self)
             co_return;
-        if (m_isPaused)
+        if (isPaused())
             updatePauseElapsedLabel();
     }
 }
 
 void TranscriptionViewModel::updatePauseElapsedLabel() {
-    if (!m_isPaused) {
+    if (!isPaused()) {
         setPauseElapsedLabel({});
         return;
     }
@@ -155,7 +151,7 @@ void TranscriptionViewModel::resetPauseTracking() {
 
 void TranscriptionViewModel::handleRemoteSessionStopped(
     std::optional<SessionMetaResponse> sessionMeta, const QString& reason) {
-    if (!m_isStartingRecording && !m_isRecording && !m_isResumingRecording)
+    if (!isLive(m_runState))
         return;
     const QString status = sessionMeta && sessionMeta->status ? *sessionMeta->status : u"unknown"_s;
     AppLog::write(u"remote session stopped reason=%1 session=%2 status=%3"_s.arg(
@@ -163,30 +159,17 @@ void TranscriptionViewModel::handleRemoteSessionStopped(
     const QString sessionId = m_sessionId;
     const STTConfiguration config = m_config;
 
-    m_startAttemptID = QUuid::createUuid();
-    m_resumeAttemptID = QUuid::createUuid();
-    m_startRecordingTimeoutTask.cancelAndClear();
-    m_resumeRecordingTimeoutTask.cancelAndClear();
-    setIsStartingRecording(false);
-    setIsRecording(false);
-    setIsResumingRecording(false);
-    setIsPaused(false);
-    stopPauseTracking();
-    deactivateLiveCapture();
-    releaseStreamClient();
-    m_audioKeepAliveTask.cancelAndClear();
-    m_microphoneLivenessTask.cancelAndClear();
-    m_transcriptPollTask.cancelAndClear();
-    m_sessionMetaPollTask.cancelAndClear();
+    endRun(RunEnd::stoppedRemotely);
     setStatusText(remoteStopStatusText(reason));
     setDiagnosticHint(UiText::hintSessionClosedByServer);
     if (!sessionId.isEmpty())
-        fetchTranscriptAfterRemoteStop(sessionId, config, m_apiClient, std::move(sessionMeta));
+        fetchTranscriptAfterRemoteStop(m_run, sessionId, config, m_apiClient,
+                                       std::move(sessionMeta));
 }
 
 QCoro::Task<> TranscriptionViewModel::fetchTranscriptAfterRemoteStop(
-    QString sessionId, STTConfiguration config, STTAPIClient apiClient,
-    std::optional<SessionMetaResponse> sessionMeta) {
+    std::shared_ptr<RecordingRun> run, QString sessionId, STTConfiguration config,
+    STTAPIClient apiClient, std::optional<SessionMetaResponse> sessionMeta) {
     const QPointer<TranscriptionViewModel> self(this);
     std::optional<ServerTranscriptResponse> transcript;
     try {
@@ -194,9 +177,9 @@ QCoro::Task<> TranscriptionViewModel::fetchTranscriptAfterRemoteStop(
     } catch (...) {
         co_return;
     }
-    if (!self)
+    if (!self || run != m_run)
         co_return;
-    mergePolledSegments(transcript->segments);
+    mergePolledSegments(run, transcript->segments);
     if (!sessionMeta)
         co_return;
     if (const auto hint =

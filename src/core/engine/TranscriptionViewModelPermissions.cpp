@@ -4,9 +4,9 @@
 
 #include "audio/MicrophoneCaptureError.h"
 #include "audio/MicrophonePermissionSnapshot.h"
-#include "platform/PermissionProbe.h"
 #include "audio/SystemAudioCaptureError.h"
 #include "audio/SystemAudioPermissionSnapshot.h"
+#include "platform/PermissionProbe.h"
 #include "storage/AppLog.h"
 #include "text/UiText.h"
 

@@ -7,8 +7,8 @@
 #include "backend/HttpTransport.h"
 #include "backend/STTSessionCreateRequest.h"
 #include "backend/WebSocketStreamClient.h"
-#include "engine/rules/RecordingStatusText.h"
 #include "engine/UserErrorDescription.h"
+#include "engine/rules/RecordingStatusText.h"
 #include "model/JsonReader.h"
 #include "storage/AppLog.h"
 #include "text/UiText.h"
@@ -27,15 +27,18 @@ QCoro::Task<> stopSessionQuietly(STTAPIClient apiClient, STTConfiguration config
 } // namespace
 
 void TranscriptionViewModel::startRecording() {
-    if (m_isStartingRecording || m_isRecording)
+    if (isLive(m_runState))
         return;
     if (m_isAudioTestRunning) {
         setStatusText(UiText::statusWaitForAudioTest);
         return;
     }
+    // A run still finishing its stop keeps its own lines from here on.
+    if (m_run && m_runState == RecordingRunState::finishing)
+        m_run->detached = RecordingRun::DetachedTranscript{m_segments, m_knownSegmentKeys, m_pins};
+    m_run = std::make_shared<RecordingRun>();
     setStatusText(UiText::statusConnecting);
-    setIsStartingRecording(true);
-    setIsResumingRecording(false);
+    setRunState(RecordingRunState::starting);
     setInterimText({});
 
     setSegments({});
@@ -63,8 +66,6 @@ void TranscriptionViewModel::startRecording() {
         m_lastSessionMetaReceivedAt.reset();
         Q_EMIT lastSessionMetaReceivedAtChanged();
     }
-    m_recordingStartedAt = Timestamp::now();
-
     m_startRecordingTimeoutTask.cancelAndClear();
     m_startAttemptID = QUuid::createUuid();
     const QUuid attemptID = m_startAttemptID;
@@ -84,11 +85,12 @@ void TranscriptionViewModel::startRecording() {
                                                                        m_language, m_sttModel));
     scheduleStartRecordingTimeout(attemptID, m_config, m_apiClient);
     // The attempt runs on by itself; its handle is not kept, like the product's one-shot start.
-    runStartAttempt(attemptID, m_config, m_apiClient, m_language, m_sttModel, m_inputMode,
+    runStartAttempt(m_run, attemptID, m_config, m_apiClient, m_language, m_sttModel, m_inputMode,
                     m_selectedSystemDisplayID, m_selectedSystemApplicationBundleID);
 }
 
-QCoro::Task<> TranscriptionViewModel::runStartAttempt(QUuid attemptID, STTConfiguration config,
+QCoro::Task<> TranscriptionViewModel::runStartAttempt(std::shared_ptr<RecordingRun> run,
+                                                      QUuid attemptID, STTConfiguration config,
                                                       STTAPIClient apiClient, QString language,
                                                       QString sttModel, AudioInputMode mode,
                                                       quint32 systemDisplayID,
@@ -131,6 +133,7 @@ QCoro::Task<> TranscriptionViewModel::runStartAttempt(QUuid attemptID, STTConfig
         co_return;
     }
 
+    run->sessionId = created->sessionId;
     setSessionId(created->sessionId);
     AppLog::write(u"session created id=%1"_s.arg(created->sessionId));
 
@@ -139,10 +142,10 @@ QCoro::Task<> TranscriptionViewModel::runStartAttempt(QUuid attemptID, STTConfig
         wsURL = u"wss://"_s + wsURL.mid(5);
     QPointer<WebSocketStreamClient> client = new WebSocketStreamClient(m_timing, this);
     try {
-        client->connect(wsURL, language, sttModel, [self](const StreamEvent& event) {
+        client->connect(wsURL, language, sttModel, [self, run](const StreamEvent& event) {
             // The client calls from the event loop, never from inside its own methods.
             if (self)
-                self->handleStreamEvent(event);
+                self->handleStreamEvent(run, event);
         });
     } catch (...) {
         failure = std::current_exception();
@@ -166,14 +169,11 @@ QCoro::Task<> TranscriptionViewModel::runStartAttempt(QUuid attemptID, STTConfig
     }
 
     m_startRecordingTimeoutTask.cancelAndClear();
-    setIsStartingRecording(false);
-    setIsRecording(true);
-    setIsResumingRecording(false);
-    setIsPaused(false);
+    setRunState(RecordingRunState::recording);
     setListeningStatus(mode);
     startAudioKeepAlive(client);
     scheduleMicrophoneLivenessCheck(mode, client, u"start"_s);
-    startTranscriptPolling(m_sessionId, config, apiClient);
+    startTranscriptPolling(run, config, apiClient);
     startSessionMetaPolling(m_sessionId, config, apiClient);
 }
 
@@ -182,19 +182,10 @@ void TranscriptionViewModel::handleStartFailure(QUuid attemptID, std::exception_
     if (m_startAttemptID != attemptID)
         return;
 
-    m_startRecordingTimeoutTask.cancelAndClear();
-    m_startAttemptID = QUuid::createUuid();
     const QString description = userErrorDescription(error);
     AppLog::write(u"startRecording failed error=%1"_s.arg(description));
     setStatusText(description);
-    setIsStartingRecording(false);
-    setIsRecording(false);
-    setIsResumingRecording(false);
-    setIsPaused(false);
-    deactivateLiveCapture();
-    releaseStreamClient();
-    m_audioKeepAliveTask.cancelAndClear();
-    m_microphoneLivenessTask.cancelAndClear();
+    endRun(RunEnd::startFailed);
 }
 
 void TranscriptionViewModel::scheduleStartRecordingTimeout(QUuid attemptID, STTConfiguration config,
@@ -212,23 +203,13 @@ QCoro::Task<> TranscriptionViewModel::startRecordingTimeout(QUuid attemptID,
     const bool slept = co_await sleepFor(m_timing.startRecordingLimit, token);
     if (!slept || token.isCancelled() || !self)
         co_return;
-    if (m_startAttemptID != attemptID || m_isRecording)
+    if (m_startAttemptID != attemptID || isRecording())
         co_return;
 
     const QString sessionId = m_sessionId;
-    m_startAttemptID = QUuid::createUuid();
     setStatusText(UiText::statusStartTimedOut);
     setDiagnosticHint(UiText::hintStartTimedOut);
-    setIsStartingRecording(false);
-    setIsResumingRecording(false);
-    setIsRecording(false);
-    setIsPaused(false);
-    deactivateLiveCapture();
-    releaseStreamClient();
-    m_audioKeepAliveTask.cancelAndClear();
-    m_microphoneLivenessTask.cancelAndClear();
-    m_transcriptPollTask.cancelAndClear();
-    m_sessionMetaPollTask.cancelAndClear();
+    endRun(RunEnd::startTimedOut);
     if (!sessionId.isEmpty())
         stopSessionInBackground(apiClient, config, sessionId);
 }
@@ -291,7 +272,7 @@ void TranscriptionViewModel::deactivateLiveCapture() {
 void TranscriptionViewModel::setListeningStatus(AudioInputMode mode) {
     const ListeningSourceNames names{m_microphone.activeInputDeviceName(),
                                      selectedInputDeviceName(), m_systemAudio.activeSourceName()};
-    setStatusText(listeningStatusText(mode, m_isPaused, names));
+    setStatusText(listeningStatusText(mode, isPaused(), names));
 }
 
 void TranscriptionViewModel::startAudioKeepAlive(WebSocketStreamClient* wsClient) {
@@ -310,9 +291,9 @@ QCoro::Task<> TranscriptionViewModel::audioKeepAliveLoop(QPointer<WebSocketStrea
         const bool slept = co_await sleepFor(interval, token);
         if (!slept)
             co_return;
-        if (!self || !m_isRecording)
+        if (!self || !isRecording())
             co_return;
-        if (m_isPaused) {
+        if (isPaused()) {
             if (wsClient)
                 wsClient->sendAudio(silence);
             m_lastLocalAudioAt = Timestamp::now();

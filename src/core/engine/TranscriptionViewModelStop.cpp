@@ -4,18 +4,15 @@
 
 #include "backend/WebSocketStreamClient.h"
 #include "engine/rules/EmptyResultDiagnosis.h"
+#include "engine/rules/PinLinks.h"
 #include "storage/AppLog.h"
 #include "text/UiText.h"
-
-#include <cmath>
 
 using namespace Qt::StringLiterals;
 
 namespace vesnara {
 
 namespace {
-
-constexpr double kPinLinkDistance = 30.0;
 
 /// A level as a plain decimal number for the log: no exponent, no trailing zeros.
 QString plainDecimal(double value) {
@@ -30,34 +27,42 @@ QString plainDecimal(double value) {
 } // namespace
 
 void TranscriptionViewModel::stopRecording() {
-    if (!m_isRecording && !m_isStartingRecording && !m_isResumingRecording)
+    if (!isLive(m_runState))
         return;
-    setIsRecording(false);
-    setIsStartingRecording(false);
-    setIsResumingRecording(false);
-    setIsPaused(false);
-    m_startRecordingTimeoutTask.cancelAndClear();
-    m_resumeRecordingTimeoutTask.cancelAndClear();
-    m_startAttemptID = QUuid::createUuid();
-    m_resumeAttemptID = QUuid::createUuid();
-    stopPauseTracking();
     setStatusText(UiText::statusStopping);
-    m_audioKeepAliveTask.cancelAndClear();
-    deactivateLiveCapture();
+    endRun(RunEnd::stoppedByUser);
     AppLog::write(u"stopRecording session=%1"_s.arg(m_sessionId));
 
-    const Timestamp now = Timestamp::now();
-    finishStop(m_webSocketClient, m_sessionId, m_recordingStartedAt.value_or(now), now, m_segments,
-               m_language, m_sttModel, m_config, m_apiClient);
+    finishStop(m_run, m_webSocketClient, Timestamp::now(), m_segments, m_language, m_sttModel,
+               m_config, m_apiClient);
 }
 
-QCoro::Task<> TranscriptionViewModel::finishStop(QPointer<WebSocketStreamClient> wsClient,
-                                                 QString sessionId, Timestamp startedAt,
+void TranscriptionViewModel::endRun(RunEnd end) {
+    m_startAttemptID = QUuid::createUuid();
+    m_resumeAttemptID = QUuid::createUuid();
+    m_startRecordingTimeoutTask.cancelAndClear();
+    m_resumeRecordingTimeoutTask.cancelAndClear();
+    setRunState(end == RunEnd::stoppedByUser ? RecordingRunState::finishing
+                                             : RecordingRunState::idle);
+    stopPauseTracking();
+    // Nothing of the run may act on the sources once it has ended: a meta poll answered during
+    // the stop's flush would otherwise reopen the microphone.
+    m_audioKeepAliveTask.cancelAndClear();
+    m_sessionMetaPollTask.cancelAndClear();
+    m_transcriptPollTask.cancelAndClear();
+    deactivateLiveCapture();
+    if (end != RunEnd::stoppedByUser)
+        releaseStreamClient();
+}
+
+QCoro::Task<> TranscriptionViewModel::finishStop(std::shared_ptr<RecordingRun> run,
+                                                 QPointer<WebSocketStreamClient> wsClient,
                                                  Timestamp endedAt,
                                                  QList<TranscriptSegment> segmentsAtStop,
                                                  QString language, QString sttModel,
                                                  STTConfiguration config, STTAPIClient apiClient) {
     const QPointer<TranscriptionViewModel> self(this);
+    const QString sessionId = run->sessionId;
     if (wsClient && wsClient->isActive())
         wsClient->sendStop();
 
@@ -79,38 +84,42 @@ QCoro::Task<> TranscriptionViewModel::finishStop(QPointer<WebSocketStreamClient>
         if (!self)
             co_return;
         if (transcript)
-            mergePolledSegments(transcript->segments);
+            mergePolledSegments(run, transcript->segments);
     }
 
-    m_transcriptPollTask.cancelAndClear();
-    m_sessionMetaPollTask.cancelAndClear();
-    m_audioKeepAliveTask.cancelAndClear();
-    m_microphoneLivenessTask.cancelAndClear();
+    // Saved before the server is told: a stop request that never answers must not cost the
+    // lines on this machine.
+    const bool isOnScreen = !run->isDetached();
+    QList<TranscriptSegment> segments;
+    QList<TranscriptPin> pins;
+    if (isOnScreen) {
+        linkPinsOnScreen();
+        segments = m_segments.isEmpty() ? segmentsAtStop : m_segments;
+        pins = m_pins;
+    } else {
+        segments = run->detached->segments;
+        pins = run->detached->pins;
+        linkPinsToNearestSegments(pins, segments);
+    }
+    std::optional<QString> saveNotice;
+    if (!sessionId.isEmpty() && (!segments.isEmpty() || !pins.isEmpty()))
+        saveNotice = saveFinishedSession(
+            {sessionId, run->startedAt, endedAt, language, sttModel, segments, pins});
 
     if (!sessionId.isEmpty()) {
         co_await apiClient.stopSession(config, sessionId);
         if (!self)
             co_return;
     }
+    // A newer recording has the screen: its figures, status and hint are not this run's.
+    if (run != m_run || m_runState != RecordingRunState::finishing)
+        co_return;
 
-    const QList<TranscriptSegment> segments = m_segments.isEmpty() ? segmentsAtStop : m_segments;
-    linkPinsToNearestSegments(kPinLinkDistance);
-    const QList<TranscriptPin> pins = m_pins;
     const SentAudioFigures figures{m_audioFramesSent, m_outgoingAudioLevel, m_outgoingAudioPeak};
     const AudioInputMode mode = m_inputMode;
-
-    if (!sessionId.isEmpty() && (!segments.isEmpty() || !pins.isEmpty())) {
-        const SavedSession session{sessionId, startedAt, endedAt, language,
-                                   sttModel,  segments,  pins};
-        try {
-            m_historyStore.save(session);
-        } catch (...) {
-            // A failed save is not shown; the transcript stays on screen for a manual export.
-        }
-        refreshSessionHistory();
-    }
     autoExportAfterStopIfEnabled();
     resetRunFigures();
+    setRunState(RecordingRunState::idle);
 
     if (const auto hint = emptyResultHintAfterStop(segments.size(), figures, mode)) {
         setDiagnosticHint(*hint);
@@ -123,6 +132,24 @@ QCoro::Task<> TranscriptionViewModel::finishStop(QPointer<WebSocketStreamClient>
     } else {
         setStatusText(UiText::statusStopped);
     }
+    if (saveNotice)
+        setDiagnosticHint(*saveNotice);
+}
+
+std::optional<QString> TranscriptionViewModel::saveFinishedSession(const SavedSession& session) {
+    const QString fileId = SessionHistoryStore::fileIdFor(session.id);
+    try {
+        m_historyStore.save(session, fileId);
+    } catch (const SessionHistoryError& error) {
+        AppLog::write(u"session save failed session=%1 error=%2"_s.arg(
+            session.id, QString::fromStdString(error.what())));
+        return UiText::hintSessionSaveFailed;
+    }
+    refreshSessionHistory();
+    if (fileId == session.id)
+        return std::nullopt;
+    AppLog::write(u"session saved under derived name session=%1 file=%2"_s.arg(session.id, fileId));
+    return UiText::hintSessionSavedUnderName(fileId + u".json"_s);
 }
 
 void TranscriptionViewModel::resetRunFigures() {
@@ -145,37 +172,13 @@ void TranscriptionViewModel::resetRunFigures() {
     m_hasAttemptedMicrophoneDeviceFallback = false;
     m_hasAutoExportedFallbackDiagnostics = false;
     setFallbackNoticeVisible(false);
-    setIsPaused(false);
     Q_EMIT realtimeDiagnosticsChanged();
 }
 
-std::optional<QUuid> TranscriptionViewModel::nearestSegmentId(Timestamp date,
-                                                              double maxDistance) const {
-    if (m_segments.isEmpty())
-        return std::nullopt;
-    const TranscriptSegment* best = &m_segments.first();
-    double bestDistance = std::abs(date.secondsSince(best->timestamp));
-    for (const auto& segment : m_segments) {
-        const double distance = std::abs(date.secondsSince(segment.timestamp));
-        if (distance < bestDistance) {
-            best = &segment;
-            bestDistance = distance;
-        }
-    }
-    if (bestDistance <= maxDistance)
-        return best->id;
-    return std::nullopt;
-}
-
-void TranscriptionViewModel::linkPinsToNearestSegments(double maxDistance) {
-    if (m_pins.isEmpty() || m_segments.isEmpty())
-        return;
+void TranscriptionViewModel::linkPinsOnScreen() {
     QList<TranscriptPin> linked = m_pins;
-    for (auto& pin : linked) {
-        if (const auto id = nearestSegmentId(pin.timestamp, maxDistance))
-            pin.linkedSegmentId = *id;
-    }
-    setPins(std::move(linked));
+    if (linkPinsToNearestSegments(linked, m_segments))
+        setPins(std::move(linked));
 }
 
 void TranscriptionViewModel::autoExportAfterStopIfEnabled() {

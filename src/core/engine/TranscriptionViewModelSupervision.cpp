@@ -6,9 +6,9 @@
 #include "audio/InputDeviceSelection.h"
 #include "audio/MicrophoneCaptureError.h"
 #include "audio/MicrophonePermissionSnapshot.h"
-#include "platform/PermissionProbe.h"
 #include "audio/SystemAudioCaptureError.h"
 #include "backend/WebSocketStreamClient.h"
+#include "platform/PermissionProbe.h"
 #include "storage/AppLog.h"
 #include "text/UiText.h"
 
@@ -58,7 +58,7 @@ QCoro::Task<> TranscriptionViewModel::microphoneLivenessCheck(
     const bool slept = co_await sleepFor(m_timing.microphoneLivenessDelay, token);
     if (!slept)
         co_return;
-    if (!self || !wsClient || m_sessionId != sessionId || !m_isRecording || m_isPaused ||
+    if (!self || !wsClient || m_sessionId != sessionId || !isRecording() || isPaused() ||
         m_inputMode != mode || m_micFramesSeen > baseline)
         co_return;
     if (attemptStableMicrophoneFallback(u"mic-liveness-"_s + reason, mode, wsClient))
@@ -73,7 +73,8 @@ QCoro::Task<> TranscriptionViewModel::microphoneLivenessCheck(
 bool TranscriptionViewModel::attemptStableMicrophoneFallback(const QString& trigger,
                                                              AudioInputMode mode,
                                                              WebSocketStreamClient* wsClient) {
-    if (mode == AudioInputMode::systemAudio || m_hasAttemptedMicrophoneDeviceFallback)
+    if (!isRecording() || mode == AudioInputMode::systemAudio ||
+        m_hasAttemptedMicrophoneDeviceFallback)
         return false;
     const QString previous = selectedInputDeviceName();
     const auto fallback = m_microphone.preferredStableInputDevice(m_selectedInputDeviceID);
@@ -95,7 +96,8 @@ void TranscriptionViewModel::restartMicrophoneCapture(AudioInputMode mode,
                                                       const QString& reason,
                                                       const std::optional<QString>& statusOverride,
                                                       const std::optional<QString>& diagnostic) {
-    if (mode == AudioInputMode::systemAudio)
+    // The sources belong to a live recording only; after a stop nothing may reopen them.
+    if (!isRecording() || mode == AudioInputMode::systemAudio)
         return;
     m_microphone.stop();
     m_micFramesSeen = 0;
@@ -139,7 +141,7 @@ void TranscriptionViewModel::restartMicrophoneCapture(AudioInputMode mode,
 }
 
 void TranscriptionViewModel::attemptMixedMicrophoneRestart(const QString& trigger) {
-    if (!m_isRecording || m_isPaused || m_inputMode != AudioInputMode::microphoneAndSystem)
+    if (!isRecording() || isPaused() || m_inputMode != AudioInputMode::microphoneAndSystem)
         return;
     if (m_hasAttemptedMixedMicrophoneRestart) {
         setDiagnosticHint(UiText::hintMicrophoneStillSilent);
@@ -169,7 +171,7 @@ void TranscriptionViewModel::attemptMixedMicrophoneRestart(const QString& trigge
 
 void TranscriptionViewModel::attemptSystemAudioFallback(const QString& trigger,
                                                         const SessionMetaResponse& sessionMeta) {
-    if (!m_isRecording || m_isPaused || m_inputMode != AudioInputMode::systemAudio ||
+    if (!isRecording() || isPaused() || m_inputMode != AudioInputMode::systemAudio ||
         m_hasAttemptedSystemFallback || !m_webSocketClient)
         return;
     m_hasAttemptedSystemFallback = true;
@@ -182,7 +184,7 @@ QCoro::Task<>
 TranscriptionViewModel::systemAudioFallback(QPointer<WebSocketStreamClient> wsClient) {
     const QPointer<TranscriptionViewModel> self(this);
     const bool granted = co_await requestMicrophoneAccess();
-    if (!self || !wsClient)
+    if (!self || !wsClient || wsClient != m_webSocketClient || !isRecording())
         co_return;
     if (!granted) {
         setDiagnosticHint(UiText::hintSystemFallbackNoMicrophonePermission);
@@ -241,7 +243,7 @@ void TranscriptionViewModel::setPreferredInputDevice(quint32 id) {
     setSelectedInputDeviceID(selection.deviceID);
     savePreferredInputDevice();
     m_hasAttemptedMicrophoneDeviceFallback = false;
-    if (m_isRecording && !m_isPaused) {
+    if (isRecording() && !isPaused()) {
         if (selection.deviceID != previous) {
             restartMicrophoneCaptureForLiveDeviceChange(selection.statusText,
                                                         selection.diagnosticText);
@@ -261,7 +263,7 @@ void TranscriptionViewModel::setPreferredInputDevice(quint32 id) {
 
 void TranscriptionViewModel::restartMicrophoneCaptureForLiveDeviceChange(
     std::optional<QString> statusOverride, std::optional<QString> diagnostic) {
-    if (!m_isRecording || m_isPaused)
+    if (!isRecording() || isPaused())
         return;
     if (!m_webSocketClient) {
         setStatusText(UiText::statusMicrophoneSwitchFailedNoConnection);
@@ -285,7 +287,7 @@ QCoro::Task<> TranscriptionViewModel::liveDeviceChange(AudioInputMode target,
                                                        std::optional<QString> diagnostic) {
     const QPointer<TranscriptionViewModel> self(this);
     const bool granted = co_await requestMicrophoneAccess();
-    if (!self || !wsClient)
+    if (!self || !wsClient || wsClient != m_webSocketClient || !isRecording())
         co_return;
     if (!granted) {
         applyMicrophonePermissionSnapshot();

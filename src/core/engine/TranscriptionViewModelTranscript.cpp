@@ -11,33 +11,27 @@ using namespace Qt::StringLiterals;
 
 namespace vesnara {
 
-namespace {
-
-constexpr double kPinLinkDistance = 30.0;
-
-} // namespace
-
-void TranscriptionViewModel::handleStreamEvent(const StreamEvent& event) {
+void TranscriptionViewModel::handleStreamEvent(const std::shared_ptr<RecordingRun>& run,
+                                               const StreamEvent& event) {
+    if (run != m_run) {
+        if (const auto* line = event.as<StreamEvent::Final>())
+            addFinalLine(run,
+                         {line->text, line->timestamp, line->speakerLabel, DuplicateCheck::byKey});
+        return;
+    }
     const Timestamp now = Timestamp::now();
     if (const auto* partial = event.as<StreamEvent::Partial>()) {
         setInterimText(partial->text);
         setLastPartialReceivedAt(now);
-        if (const auto status = statusTextAfterPartial(partial->text, m_isRecording, m_isPaused))
+        if (const auto status = statusTextAfterPartial(partial->text, isRecording(), isPaused()))
             setStatusText(*status);
         return;
     }
     if (const auto* line = event.as<StreamEvent::Final>()) {
-        const FinalLine finalLine{line->text, line->timestamp, line->speakerLabel,
-                                  DuplicateCheck::byKey};
-        if (auto addition = segmentAddition(m_segments, m_knownSegmentKeys, finalLine)) {
-            QList<TranscriptSegment> segments = m_segments;
-            addSegment(segments, m_knownSegmentKeys, std::move(*addition));
-            setSegments(std::move(segments));
-            linkPinsToNearestSegments(kPinLinkDistance);
-        }
+        addFinalLine(run, {line->text, line->timestamp, line->speakerLabel, DuplicateCheck::byKey});
         setInterimText({});
         setLastFinalReceivedAt(now);
-        if (m_isRecording && !m_isPaused)
+        if (isRecording() && !isPaused())
             setListeningStatus(m_inputMode);
         return;
     }
@@ -46,7 +40,7 @@ void TranscriptionViewModel::handleStreamEvent(const StreamEvent& event) {
             setSttModel(*status->model);
         const StreamStatusOutcome outcome = streamStatusOutcome(
             status->state,
-            {m_isPaused, m_isStartingRecording || m_isRecording || m_isResumingRecording});
+            {isPaused(), isStartingRecording() || isRecording() || isResumingRecording()});
         switch (outcome.action) {
         case StreamStatusOutcome::Action::showText:
             setStatusText(outcome.text);
@@ -67,43 +61,50 @@ void TranscriptionViewModel::handleStreamEvent(const StreamEvent& event) {
     }
 }
 
-void TranscriptionViewModel::appendFinalSegment(const QString& text, Timestamp timestamp,
-                                                const std::optional<QString>& speakerLabel,
-                                                bool allowTextOnlyDuplicateCheck) {
-    const FinalLine line{text, timestamp, speakerLabel,
-                         allowTextOnlyDuplicateCheck ? DuplicateCheck::byKeyOrText
-                                                     : DuplicateCheck::byKey};
+void TranscriptionViewModel::addFinalLine(const std::shared_ptr<RecordingRun>& run,
+                                          const FinalLine& line) {
+    if (run && run->isDetached()) {
+        auto& own = *run->detached;
+        if (auto addition = segmentAddition(own.segments, own.knownSegmentKeys, line))
+            addSegment(own.segments, own.knownSegmentKeys, std::move(*addition));
+        return;
+    }
+    // A run that ended without finishing (a failed start, a remote stop) has left the screen to
+    // whatever came next.
+    if (run != m_run)
+        return;
     auto addition = segmentAddition(m_segments, m_knownSegmentKeys, line);
     if (!addition)
         return;
     QList<TranscriptSegment> segments = m_segments;
     addSegment(segments, m_knownSegmentKeys, std::move(*addition));
     setSegments(std::move(segments));
-    linkPinsToNearestSegments(kPinLinkDistance);
+    linkPinsOnScreen();
 }
 
 void TranscriptionViewModel::mergePolledSegments(
+    const std::shared_ptr<RecordingRun>& run,
     const QList<ServerTranscriptResponse::Segment>& segments) {
     const Timestamp receivedAt = Timestamp::now();
-    for (const auto& segment : segments) {
-        const FinalLine line = polledFinalLine(segment, receivedAt);
-        appendFinalSegment(line.text, line.timestamp, line.speakerLabel,
-                           line.duplicateCheck == DuplicateCheck::byKeyOrText);
-    }
+    for (const auto& segment : segments)
+        addFinalLine(run, polledFinalLine(segment, receivedAt));
 }
 
-void TranscriptionViewModel::startTranscriptPolling(QString sessionId, STTConfiguration config,
+void TranscriptionViewModel::startTranscriptPolling(std::shared_ptr<RecordingRun> run,
+                                                    STTConfiguration config,
                                                     STTAPIClient apiClient) {
     const CancellationToken token = m_transcriptPollTask.renew();
     m_transcriptPollTask.hold(
-        transcriptPollLoop(std::move(sessionId), std::move(config), std::move(apiClient), token));
+        transcriptPollLoop(std::move(run), std::move(config), std::move(apiClient), token));
 }
 
-QCoro::Task<> TranscriptionViewModel::transcriptPollLoop(QString sessionId, STTConfiguration config,
+QCoro::Task<> TranscriptionViewModel::transcriptPollLoop(std::shared_ptr<RecordingRun> run,
+                                                         STTConfiguration config,
                                                          STTAPIClient apiClient,
                                                          CancellationToken token) {
     const QPointer<TranscriptionViewModel> self(this);
     const auto interval = m_timing.transcriptPollInterval;
+    const QString sessionId = run->sessionId;
     while (self && !token.isCancelled()) {
         std::optional<ServerTranscriptResponse> transcript;
         try {
@@ -114,7 +115,7 @@ QCoro::Task<> TranscriptionViewModel::transcriptPollLoop(QString sessionId, STTC
         if (!self || token.isCancelled())
             co_return;
         if (transcript)
-            mergePolledSegments(transcript->segments);
+            mergePolledSegments(run, transcript->segments);
         const bool slept = co_await sleepFor(interval, token);
         if (!slept)
             co_return;

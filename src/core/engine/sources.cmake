@@ -9,6 +9,10 @@ target_sources(vesnara_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/rules/MixerQueues.h
     ${CMAKE_CURRENT_LIST_DIR}/rules/PauseRules.cpp
     ${CMAKE_CURRENT_LIST_DIR}/rules/PauseRules.h
+    ${CMAKE_CURRENT_LIST_DIR}/rules/PinLinks.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/rules/PinLinks.h
+    ${CMAKE_CURRENT_LIST_DIR}/rules/RecordingRunState.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/rules/RecordingRunState.h
     ${CMAKE_CURRENT_LIST_DIR}/rules/RecordingStatusText.cpp
     ${CMAKE_CURRENT_LIST_DIR}/rules/RecordingStatusText.h
     ${CMAKE_CURRENT_LIST_DIR}/rules/RemoteSessionStop.cpp
@@ -24,8 +28,11 @@ target_sources(vesnara_core PRIVATE
     )
 
 target_sources(vesnara_core PRIVATE
+    ${CMAKE_CURRENT_LIST_DIR}/RecordingRun.h
     ${CMAKE_CURRENT_LIST_DIR}/StatusLine.cpp
     ${CMAKE_CURRENT_LIST_DIR}/StatusLine.h
+    ${CMAKE_CURRENT_LIST_DIR}/StoredTask.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/StoredTask.h
     ${CMAKE_CURRENT_LIST_DIR}/UserErrorDescription.cpp
     ${CMAKE_CURRENT_LIST_DIR}/UserErrorDescription.h
 )

@@ -1,5 +1,7 @@
 #include "storage/SafeFileId.h"
 
+#include <QCryptographicHash>
+
 namespace vesnara {
 
 bool isSafeFileId(const QString& id) {
@@ -10,6 +12,11 @@ bool isSafeFileId(const QString& id) {
             return false;
     }
     return true;
+}
+
+QString derivedSafeFileId(const QString& id) {
+    const QByteArray digest = QCryptographicHash::hash(id.toUtf8(), QCryptographicHash::Sha256);
+    return QLatin1String("session-") + QString::fromLatin1(digest.toHex().left(16));
 }
 
 } // namespace vesnara

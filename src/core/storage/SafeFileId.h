@@ -9,4 +9,8 @@ namespace vesnara {
 /// `<directory>/<id>.<extension>` always names a file directly inside the directory.
 bool isSafeFileId(const QString& id);
 
+/// A file id for `id` that is always safe and visible in a listing: "session-" and 16 hex digits
+/// of the id's SHA-256, the same for the same id.
+QString derivedSafeFileId(const QString& id);
+
 } // namespace vesnara

@@ -68,10 +68,16 @@ QStringList SessionHistoryStore::visibleEntries() const {
         .entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System, QDir::Name);
 }
 
-void SessionHistoryStore::save(const SavedSession& session) {
-    const auto path = filePathFor(session.id);
+QString SessionHistoryStore::fileIdFor(const QString& sessionId) {
+    if (isSafeFileId(sessionId) && !sessionId.startsWith(u'.'))
+        return sessionId;
+    return derivedSafeFileId(sessionId);
+}
+
+void SessionHistoryStore::save(const SavedSession& session, const QString& fileId) {
+    const auto path = filePathFor(fileId);
     if (!path)
-        throw SessionHistoryError("refused session id: \"" + session.id.toStdString() + '"');
+        throw SessionHistoryError("refused session id: \"" + fileId.toStdString() + '"');
     ensureDirectory();
 
     QByteArray bytes;

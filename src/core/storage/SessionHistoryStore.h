@@ -39,9 +39,15 @@ public:
     /// Where the session with `id` is kept; nothing for a refused id.
     std::optional<QString> filePathFor(const QString& id) const;
 
+    /// The file id to save a session with `sessionId` under: the id itself when it can name a
+    /// visible file here, otherwise `derivedSafeFileId` of it (the id stays inside the file).
+    static QString fileIdFor(const QString& sessionId);
+
     /// Writes the session atomically, replacing an earlier file of the same id.
     /// Throws `SessionHistoryError` for a refused id, an encoding or a write failure.
-    void save(const SavedSession& session);
+    void save(const SavedSession& session) { save(session, session.id); }
+    /// The same, as `<fileId>.json`.
+    void save(const SavedSession& session, const QString& fileId);
     /// Every readable session, newest `endedAt` first; sessions that end at the same moment keep
     /// the directory's (name) order. Unreadable, foreign and hidden files are skipped silently.
     QList<SavedSessionListItem> list() const;

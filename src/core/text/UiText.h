@@ -272,6 +272,13 @@ inline const QString statusConnectionLost = u"Yhteys katkesi"_s;
 inline const QString statusSessionClosedDuringPause = u"Sessio sulkeutui tauon aikana"_s;
 inline const QString hintSessionClosedByServer =
     u"Palvelin sulki session, koska ääntä ei tullut ajoissa tai yhteys katkesi. Nykyinen teksti säilyi; aloita uusi tallennus jatkaaksesi."_s;
+// Where a finished session went when it could not be saved as the server named it.
+inline const QString hintSessionSaveFailed =
+    u"Istunnon tallennus tälle koneelle epäonnistui. Teksti on yhä näkyvissä: vie se tiedostoon."_s;
+inline QString hintSessionSavedUnderName(const QString& fileName) {
+    return u"Palvelimen istuntotunnus ei kelpaa tiedostonimeksi, joten istunto tallennettiin nimellä %1."_s
+        .arg(fileName);
+}
 // Why a stop yielded no text, by the audio that was sent.
 inline const QString hintEmptyResultTooShort =
     u"Tallennus jäi hyvin lyhyeksi eikä puhetta ehtinyt syntyä. Tee äänitesti ja kokeile uudelleen."_s;

@@ -1,0 +1,63 @@
+// Which line a pin belongs to: the nearest within 30 seconds, the earliest on a tie.
+#include "engine/rules/PinLinks.h"
+
+#include <QTest>
+
+using namespace vesnara;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+TranscriptSegment lineAt(double seconds) {
+    return {QUuid::createUuid(), u"rivi"_s,
+            Timestamp::fromSecondsSinceReferenceDate(800000000.0 + seconds), std::nullopt};
+}
+
+TranscriptPin pinAt(double seconds, std::optional<QUuid> link = std::nullopt) {
+    TranscriptPin pin;
+    pin.id = QUuid::createUuid();
+    pin.timestamp = Timestamp::fromSecondsSinceReferenceDate(800000000.0 + seconds);
+    pin.linkedSegmentId = link;
+    return pin;
+}
+
+} // namespace
+
+class TstPinLinks : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void nearestLine_data() {
+        QTest::addColumn<double>("pinAt");
+        // Index into lines at 0, 10 and 20 s; -1 for none.
+        QTest::addColumn<int>("expected");
+        QTest::newRow("exact") << 10.0 << 1;
+        QTest::newRow("closer to the later") << 16.0 << 2;
+        QTest::newRow("tie goes to the earlier") << 15.0 << 1;
+        QTest::newRow("before the first") << -30.0 << 0;
+        QTest::newRow("just beyond reach") << 50.001 << -1;
+        QTest::newRow("at the edge of reach") << 50.0 << 2;
+    }
+    void nearestLine() {
+        QFETCH(double, pinAt);
+        QFETCH(int, expected);
+        const QList<TranscriptSegment> lines{lineAt(0), lineAt(10), lineAt(20)};
+        const auto found =
+            nearestSegmentId(lines, Timestamp::fromSecondsSinceReferenceDate(800000000.0 + pinAt));
+        QCOMPARE(found, expected < 0 ? std::nullopt : std::optional(lines[expected].id));
+    }
+
+    void aPinOutOfReachKeepsItsOldLink() {
+        const QUuid old = QUuid::createUuid();
+        const QList<TranscriptSegment> lines{lineAt(0)};
+        QList<TranscriptPin> pins{pinAt(100, old), pinAt(5)};
+        QVERIFY(linkPinsToNearestSegments(pins, lines));
+        QCOMPARE(pins[0].linkedSegmentId, std::optional(old));
+        QCOMPARE(pins[1].linkedSegmentId, std::optional(lines[0].id));
+        QVERIFY(!linkPinsToNearestSegments(pins, lines));
+        QVERIFY(!linkPinsToNearestSegments(pins, {}));
+    }
+};
+
+QTEST_GUILESS_MAIN(TstPinLinks)
+#include "tst_pin_links.moc"
