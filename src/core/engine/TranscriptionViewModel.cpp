@@ -334,6 +334,7 @@ void TranscriptionViewModel::setRunState(RecordingRunState state) {
     const RecordingRunFlags after = flagsOf(state);
     m_runState = state;
     // Every flag is set before any signal goes out, so a receiver never reads a mixed state.
+    Q_EMIT runStateChanged();
     if (before.isRecording != after.isRecording)
         Q_EMIT isRecordingChanged();
     if (before.isStartingRecording != after.isStartingRecording)

@@ -116,6 +116,7 @@ class TranscriptionViewModel final : public QObject {
 
     // Run state; the status line and hint are written by every part into one `StatusLine`.
     Q_PROPERTY(vesnara::StatusLine* status READ status CONSTANT)
+    Q_PROPERTY(vesnara::RecordingRunState runState READ runState NOTIFY runStateChanged)
     Q_PROPERTY(bool isRecording READ isRecording NOTIFY isRecordingChanged)
     Q_PROPERTY(bool isStartingRecording READ isStartingRecording NOTIFY isStartingRecordingChanged)
     Q_PROPERTY(bool isResumingRecording READ isResumingRecording NOTIFY isResumingRecordingChanged)
@@ -499,6 +500,7 @@ Q_SIGNALS:
     void mixedDuckingStrengthChanged();
     void mixedLimiterEnabledChanged();
     void mixedPresetChanged();
+    void runStateChanged();
     void isRecordingChanged();
     void isStartingRecordingChanged();
     void isResumingRecordingChanged();

@@ -1,14 +1,13 @@
 #pragma once
 
+#include "model/Enumerations.h"
+
 #include <QList>
 #include <QString>
 
 #include <optional>
 
 namespace vesnara {
-
-/// Which sources a recording captures. Not persisted: every launch starts with `microphone`.
-enum class AudioInputMode { microphone, systemAudio, microphoneAndSystem };
 
 const QList<AudioInputMode>& allAudioInputModes();
 /// The mode's identifier ("microphone", "systemAudio", "microphoneAndSystem").

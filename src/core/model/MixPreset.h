@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/Enumerations.h"
+
 #include <QList>
 #include <QString>
 
@@ -27,10 +29,6 @@ struct MixSettings {
 
     friend bool operator==(const MixSettings&, const MixSettings&) = default;
 };
-
-/// A named set of mixer settings. `custom` is never chosen: it is what classification gives
-/// for settings that match no other preset.
-enum class MixPreset { meeting, interview, webinar, custom };
 
 const QList<MixPreset>& allMixPresets();
 /// The presets a picker offers: all but `custom`.

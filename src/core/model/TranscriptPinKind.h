@@ -1,14 +1,13 @@
 #pragma once
 
+#include "model/Enumerations.h"
+
 #include <QList>
 #include <QString>
 
 #include <optional>
 
 namespace vesnara {
-
-/// What a user's pin marks. Stored as its JSON value, which is also its id.
-enum class TranscriptPinKind { important, topicChange, revisit };
 
 /// In the order the pickers offer them.
 const QList<TranscriptPinKind>& allTranscriptPinKinds();

@@ -1,22 +1,8 @@
 #pragma once
 
-namespace vesnara {
+#include "model/Enumerations.h"
 
-/// Where the recording on screen stands. The four flags the screens bind to are derived from it,
-/// so no combination of them can contradict another.
-enum class RecordingRunState {
-    idle,
-    /// The session is being created and the sources opened.
-    starting,
-    recording,
-    /// Recording, with silence sent in place of audio.
-    paused,
-    /// Paused, while the session and stream are checked before unmuting.
-    resuming,
-    /// Stopped by the user; the last lines are being fetched and the session saved. A new
-    /// recording may start meanwhile.
-    finishing,
-};
+namespace vesnara {
 
 struct RecordingRunFlags {
     bool isStartingRecording = false;
