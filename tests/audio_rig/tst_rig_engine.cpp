@@ -73,9 +73,10 @@ private Q_SLOTS:
     void permissionsReadGrantedAndTheAudioTestHearsTheMicrophone() {
         RigEngine rig;
         auto& vm = *rig.viewModel;
-        QCOMPARE(vm.microphonePermissionSummary(), UiText::microphonePermissionSummaryGranted);
-        vm.refreshSystemAudioPermissionStatus(false, true);
-        QTRY_VERIFY_WITH_TIMEOUT(vm.isSystemAudioPermissionGranted(), kWaitMs);
+        QCOMPARE(vm.permissions()->microphonePermissionSummary(),
+                 UiText::microphonePermissionSummaryGranted);
+        vm.permissions()->refreshSystemAudioPermissionStatus(false, true);
+        QTRY_VERIFY_WITH_TIMEOUT(vm.permissions()->isSystemAudioPermissionGranted(), kWaitMs);
 
         Player player(m_toneWav, u"mic_feed"_s);
         QVERIFY(player.started());

@@ -39,26 +39,27 @@ private Q_SLOTS:
         probe.preflight = false;
         probe.probeResults = {listed(1)};
         auto& vm = h->make();
-        QCOMPARE(vm.microphonePermissionSummary(),
+        QCOMPARE(vm.permissions()->microphonePermissionSummary(),
                  UiText::microphonePermissionSummaryNotYetGranted);
-        QVERIFY(vm.canRequestMicrophonePermissionPrompt());
-        QCOMPARE(vm.systemAudioPermissionSummary(),
+        QVERIFY(vm.permissions()->canRequestMicrophonePermissionPrompt());
+        QCOMPARE(vm.permissions()->systemAudioPermissionSummary(),
                  UiText::systemAudioPermissionSummaryNotYetGranted);
 
         probe.micState = micState(u"granted"_s, CaptureAuthorization::authorized);
-        vm.refreshMicrophonePermissionStatus(false);
-        QVERIFY(vm.isMicrophonePermissionGranted());
+        vm.permissions()->refreshMicrophonePermissionStatus(false);
+        QVERIFY(vm.permissions()->isMicrophonePermissionGranted());
         QCOMPARE(vm.status()->statusText(), UiText::statusReadyToStart);
-        vm.refreshMicrophonePermissionStatus(true);
+        vm.permissions()->refreshMicrophonePermissionStatus(true);
         QCOMPARE(vm.status()->statusText(), UiText::microphonePermissionSummaryGranted);
 
         // The preflight answers at once; the probe, which lists an output, a moment later.
-        vm.refreshSystemAudioPermissionStatus(true, true);
+        vm.permissions()->refreshSystemAudioPermissionStatus(true, true);
         QCOMPARE(h->statuses.value(h->statuses.size() - 2),
                  UiText::systemAudioPermissionSummaryNotYetGranted);
-        QTRY_VERIFY_WITH_TIMEOUT(vm.isSystemAudioPermissionGranted(), kEngineWaitMs);
+        QTRY_VERIFY_WITH_TIMEOUT(vm.permissions()->isSystemAudioPermissionGranted(), kEngineWaitMs);
         QCOMPARE(vm.status()->statusText(), UiText::systemAudioPermissionSummaryGranted);
-        QVERIFY(vm.systemAudioPermissionDetails().startsWith(u"probe=true, CGPreflight=false"_s));
+        QVERIFY(vm.permissions()->systemAudioPermissionDetails().startsWith(
+            u"probe=true, CGPreflight=false"_s));
     }
 
     void microphoneRequestRunsOnceAndSaysHowItWent() {
@@ -69,22 +70,24 @@ private Q_SLOTS:
         probe.recordRequestResult = true;
         auto& vm = h->make();
 
-        vm.requestMicrophonePermissionFromUI();
-        QVERIFY(vm.isRequestingMicrophonePermission());
+        vm.permissions()->requestMicrophonePermissionFromUI();
+        QVERIFY(vm.permissions()->isRequestingMicrophonePermission());
         QCOMPARE(vm.status()->statusText(), UiText::microphonePermissionRequesting);
-        vm.requestMicrophonePermissionFromUI();
-        QTRY_VERIFY_WITH_TIMEOUT(!vm.isRequestingMicrophonePermission(), kEngineWaitMs);
+        vm.permissions()->requestMicrophonePermissionFromUI();
+        QTRY_VERIFY_WITH_TIMEOUT(!vm.permissions()->isRequestingMicrophonePermission(),
+                                 kEngineWaitMs);
         QCOMPARE(probe.recordRequests, 1);
         QCOMPARE(vm.status()->statusText(), UiText::microphonePermissionInUse);
-        QVERIFY(vm.isMicrophonePermissionGranted());
+        QVERIFY(vm.permissions()->isMicrophonePermissionGranted());
 
         // Both interfaces refuse: only the settings can help.
         probe.micState = micState(u"denied"_s, CaptureAuthorization::denied);
-        vm.requestMicrophonePermissionFromUI();
-        QTRY_VERIFY_WITH_TIMEOUT(!vm.isRequestingMicrophonePermission(), kEngineWaitMs);
+        vm.permissions()->requestMicrophonePermissionFromUI();
+        QTRY_VERIFY_WITH_TIMEOUT(!vm.permissions()->isRequestingMicrophonePermission(),
+                                 kEngineWaitMs);
         QCOMPARE(vm.status()->statusText(), UiText::microphonePermissionBlocked);
-        QVERIFY(vm.shouldOpenMicrophoneSystemSettings());
-        QVERIFY(!vm.isMicrophonePermissionGranted());
+        QVERIFY(vm.permissions()->shouldOpenMicrophoneSystemSettings());
+        QVERIFY(!vm.permissions()->isMicrophonePermissionGranted());
     }
 
     void systemAudioRequestDecidesRelaunchHelpAndText() {
@@ -96,33 +99,36 @@ private Q_SLOTS:
         auto& vm = h->make();
 
         // Refused: help is shown and the way forward is the settings.
-        vm.requestSystemAudioPermissionFromUI();
+        vm.permissions()->requestSystemAudioPermissionFromUI();
         QCOMPARE(vm.status()->statusText(), UiText::systemAudioPermissionRequesting);
-        vm.requestSystemAudioPermissionFromUI();
-        QTRY_VERIFY_WITH_TIMEOUT(!vm.isRequestingSystemAudioPermission(), kEngineWaitMs);
+        vm.permissions()->requestSystemAudioPermissionFromUI();
+        QTRY_VERIFY_WITH_TIMEOUT(!vm.permissions()->isRequestingSystemAudioPermission(),
+                                 kEngineWaitMs);
         QCOMPARE(probe.systemAccessRequests, 1);
         QCOMPARE(vm.status()->statusText(), UiText::systemAudioPermissionMissing);
-        QVERIFY(vm.showSystemAudioPermissionHelp());
-        QVERIFY(!vm.shouldSuggestSystemAudioRelaunch());
-        QCOMPARE(vm.systemAudioPermissionSummary(),
+        QVERIFY(vm.permissions()->showSystemAudioPermissionHelp());
+        QVERIFY(!vm.permissions()->shouldSuggestSystemAudioRelaunch());
+        QCOMPARE(vm.permissions()->systemAudioPermissionSummary(),
                  UiText::systemAudioPermissionSummaryMissingOrDenied);
 
         // Granted later in the same run: no second prompt, and a relaunch is suggested.
         probe.probeResults = {listed(1)};
-        vm.requestSystemAudioPermissionFromUI();
-        QTRY_VERIFY_WITH_TIMEOUT(!vm.isRequestingSystemAudioPermission(), kEngineWaitMs);
+        vm.permissions()->requestSystemAudioPermissionFromUI();
+        QTRY_VERIFY_WITH_TIMEOUT(!vm.permissions()->isRequestingSystemAudioPermission(),
+                                 kEngineWaitMs);
         QCOMPARE(probe.systemAccessRequests, 1);
         QCOMPARE(vm.status()->statusText(), UiText::systemAudioPermissionGrantedRelaunch);
-        QVERIFY(vm.shouldSuggestSystemAudioRelaunch());
-        QVERIFY(vm.showSystemAudioPermissionHelp());
+        QVERIFY(vm.permissions()->shouldSuggestSystemAudioRelaunch());
+        QVERIFY(vm.permissions()->showSystemAudioPermissionHelp());
 
         // Granted before the request already: nothing to suggest.
         probe.preflight = true;
-        vm.requestSystemAudioPermissionFromUI();
-        QTRY_VERIFY_WITH_TIMEOUT(!vm.isRequestingSystemAudioPermission(), kEngineWaitMs);
+        vm.permissions()->requestSystemAudioPermissionFromUI();
+        QTRY_VERIFY_WITH_TIMEOUT(!vm.permissions()->isRequestingSystemAudioPermission(),
+                                 kEngineWaitMs);
         QCOMPARE(vm.status()->statusText(), UiText::systemAudioPermissionInUse);
-        QVERIFY(!vm.shouldSuggestSystemAudioRelaunch());
-        QVERIFY(!vm.showSystemAudioPermissionHelp());
+        QVERIFY(!vm.permissions()->shouldSuggestSystemAudioRelaunch());
+        QVERIFY(!vm.permissions()->showSystemAudioPermissionHelp());
     }
 
     void refusedSystemAudioStartOpensThePermissionHelp() {
@@ -135,7 +141,7 @@ private Q_SLOTS:
         vm.startRecording();
         QTRY_VERIFY_WITH_TIMEOUT(!vm.isStartingRecording(), kEngineWaitMs);
         QVERIFY(!vm.isRecording());
-        QVERIFY(vm.showSystemAudioPermissionHelp());
+        QVERIFY(vm.permissions()->showSystemAudioPermissionHelp());
         QCOMPARE(vm.status()->diagnosticHint(), UiText::systemAudioPermissionMissingHint);
         QVERIFY(h->statuses.contains(UiText::systemAudioPermissionMissing));
     }
@@ -144,15 +150,15 @@ private Q_SLOTS:
         EngineHarness h;
         auto& vm = h.make();
         h.desktop.openablePlaces = {SettingsPlace::microphoneAccess, SettingsPlace::general};
-        vm.openMicrophoneSystemSettings();
+        vm.permissions()->openMicrophoneSystemSettings();
         QCOMPARE(vm.status()->statusText(), UiText::openedMicrophoneSettings);
-        vm.openSystemAudioSystemSettings();
+        vm.permissions()->openSystemAudioSystemSettings();
         QCOMPARE(vm.status()->statusText(), UiText::openedSystemAudioSettings);
         QCOMPARE(h.desktop.openedPlaces,
                  (QList<SettingsPlace>{SettingsPlace::microphoneAccess, SettingsPlace::general}));
 
         h.desktop.openablePlaces.clear();
-        vm.openSystemAudioSystemSettings();
+        vm.permissions()->openSystemAudioSystemSettings();
         QCOMPARE(vm.status()->statusText(), UiText::openSettingsFailed);
     }
 
@@ -160,12 +166,12 @@ private Q_SLOTS:
         EngineHarness h;
         auto& vm = h.make();
         h.desktop.startError = u"No such file or directory"_s;
-        vm.relaunchApplication();
+        vm.permissions()->relaunchApplication();
         QCOMPARE(vm.status()->statusText(), UiText::relaunchFailed(u"No such file or directory"_s));
         QCOMPARE(h.desktop.terminations, 0);
 
         h.desktop.startError.reset();
-        vm.relaunchApplication();
+        vm.permissions()->relaunchApplication();
         QCOMPARE(h.desktop.newInstances, 1);
         QCOMPARE(h.desktop.terminations, 1);
     }

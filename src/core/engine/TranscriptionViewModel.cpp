@@ -29,6 +29,8 @@ bool isBlank(const QString& text) {
 TranscriptionViewModel::TranscriptionViewModel(Dependencies dependencies, QObject* parent)
     : QObject(parent)
     , m_timing(dependencies.timing)
+    , m_permissions(std::move(dependencies.permissionProbe), m_timing, m_status,
+                    dependencies.desktopServices)
     , m_configStore(dependencies.preferences)
     , m_historyStore(dependencies.historyDirectory)
     , m_apiClient(dependencies.transport, dependencies.timing)
@@ -36,13 +38,6 @@ TranscriptionViewModel::TranscriptionViewModel(Dependencies dependencies, QObjec
     , m_systemAudio(dependencies.systemAudioBackend, dependencies.timing)
     , m_clipboard(dependencies.clipboard)
     , m_desktopServices(dependencies.desktopServices)
-    , m_permissionProbe(std::move(dependencies.permissionProbe))
-    , m_systemAudioPermission(
-          m_permissionProbe ? std::make_shared<SystemAudioPermission>(
-                                  m_permissionProbe, m_timing.systemAudioPermissionProbeRetryDelay)
-                            : nullptr)
-    , m_microphonePermission{UiText::microphonePermissionUnchecked, {}, false, true, false}
-    , m_systemAudioPermissionState{UiText::systemAudioPermissionUnchecked, {}, false, true, false}
     , m_memoAIBackendStatus(UiText::memoBackendStatusUnknown)
     , m_startAttemptID(QUuid::createUuid())
     , m_resumeAttemptID(QUuid::createUuid()) {
@@ -69,8 +64,6 @@ TranscriptionViewModel::TranscriptionViewModel(Dependencies dependencies, QObjec
     m_configStore.save(m_config);
 
     refreshInputDevices();
-    applyMicrophonePermissionSnapshot();
-    applySystemAudioPermissionSnapshot(std::nullopt);
     refreshSessionHistory();
 }
 
@@ -430,32 +423,12 @@ void TranscriptionViewModel::setLastFinalReceivedAt(std::optional<Timestamp> at)
     Q_EMIT realtimeDiagnosticsChanged();
 }
 
-void TranscriptionViewModel::setIsRequestingMicrophonePermission(bool value) {
-    VESNARA_ASSIGN_AND_NOTIFY(m_isRequestingMicrophonePermission, value,
-                              isRequestingMicrophonePermissionChanged);
-}
-
-void TranscriptionViewModel::setIsRequestingSystemAudioPermission(bool value) {
-    VESNARA_ASSIGN_AND_NOTIFY(m_isRequestingSystemAudioPermission, value,
-                              isRequestingSystemAudioPermissionChanged);
-}
-
 void TranscriptionViewModel::setIsAudioTestRunning(bool value) {
     if (m_isAudioTestRunning == value)
         return;
     m_isAudioTestRunning = value;
     Q_EMIT isAudioTestRunningChanged();
     Q_EMIT commandAvailabilityChanged();
-}
-
-void TranscriptionViewModel::setShowSystemAudioPermissionHelp(bool value) {
-    VESNARA_ASSIGN_AND_NOTIFY(m_showSystemAudioPermissionHelp, value,
-                              showSystemAudioPermissionHelpChanged);
-}
-
-void TranscriptionViewModel::setShouldSuggestSystemAudioRelaunch(bool value) {
-    VESNARA_ASSIGN_AND_NOTIFY(m_shouldSuggestSystemAudioRelaunch, value,
-                              shouldSuggestSystemAudioRelaunchChanged);
 }
 
 void TranscriptionViewModel::setAvailableInputDevices(QList<AudioInputDeviceOption> devices) {

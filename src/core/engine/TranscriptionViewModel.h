@@ -12,6 +12,7 @@
 #include "engine/RecordingRun.h"
 #include "engine/StatusLine.h"
 #include "engine/StoredTask.h"
+#include "engine/parts/PermissionPanel.h"
 #include "engine/rules/MixerQueues.h"
 #include "engine/rules/RecordingRunState.h"
 #include "engine/rules/TranscriptMerge.h"
@@ -116,6 +117,7 @@ class TranscriptionViewModel final : public QObject {
 
     // Run state; the status line and hint are written by every part into one `StatusLine`.
     Q_PROPERTY(vesnara::StatusLine* status READ status CONSTANT)
+    Q_PROPERTY(vesnara::PermissionPanel* permissions READ permissions CONSTANT)
     Q_PROPERTY(vesnara::RecordingRunState runState READ runState NOTIFY runStateChanged)
     Q_PROPERTY(bool isRecording READ isRecording NOTIFY isRecordingChanged)
     Q_PROPERTY(bool isStartingRecording READ isStartingRecording NOTIFY isStartingRecordingChanged)
@@ -150,38 +152,6 @@ class TranscriptionViewModel final : public QObject {
                    lastFinalReceivedAtChanged)
     Q_PROPERTY(std::optional<vesnara::Timestamp> lastSessionMetaReceivedAt READ
                    lastSessionMetaReceivedAt NOTIFY lastSessionMetaReceivedAtChanged)
-
-    // Microphone permission
-    Q_PROPERTY(QString microphonePermissionSummary READ microphonePermissionSummary NOTIFY
-                   microphonePermissionChanged)
-    Q_PROPERTY(QString microphonePermissionDetails READ microphonePermissionDetails NOTIFY
-                   microphonePermissionChanged)
-    Q_PROPERTY(bool isMicrophonePermissionGranted READ isMicrophonePermissionGranted NOTIFY
-                   microphonePermissionChanged)
-    Q_PROPERTY(bool canRequestMicrophonePermissionPrompt READ canRequestMicrophonePermissionPrompt
-                   NOTIFY microphonePermissionChanged)
-    Q_PROPERTY(bool shouldOpenMicrophoneSystemSettings READ shouldOpenMicrophoneSystemSettings
-                   NOTIFY microphonePermissionChanged)
-    Q_PROPERTY(bool isRequestingMicrophonePermission READ isRequestingMicrophonePermission NOTIFY
-                   isRequestingMicrophonePermissionChanged)
-
-    // System audio permission
-    Q_PROPERTY(QString systemAudioPermissionSummary READ systemAudioPermissionSummary NOTIFY
-                   systemAudioPermissionChanged)
-    Q_PROPERTY(QString systemAudioPermissionDetails READ systemAudioPermissionDetails NOTIFY
-                   systemAudioPermissionChanged)
-    Q_PROPERTY(bool isSystemAudioPermissionGranted READ isSystemAudioPermissionGranted NOTIFY
-                   systemAudioPermissionChanged)
-    Q_PROPERTY(bool canRequestSystemAudioPermissionPrompt READ canRequestSystemAudioPermissionPrompt
-                   NOTIFY systemAudioPermissionChanged)
-    Q_PROPERTY(bool shouldOpenSystemAudioSystemSettings READ shouldOpenSystemAudioSystemSettings
-                   NOTIFY systemAudioPermissionChanged)
-    Q_PROPERTY(bool isRequestingSystemAudioPermission READ isRequestingSystemAudioPermission NOTIFY
-                   isRequestingSystemAudioPermissionChanged)
-    Q_PROPERTY(bool shouldSuggestSystemAudioRelaunch READ shouldSuggestSystemAudioRelaunch NOTIFY
-                   shouldSuggestSystemAudioRelaunchChanged)
-    Q_PROPERTY(bool showSystemAudioPermissionHelp READ showSystemAudioPermissionHelp NOTIFY
-                   showSystemAudioPermissionHelpChanged)
 
     // Support
     Q_PROPERTY(bool isAudioTestRunning READ isAudioTestRunning NOTIFY isAudioTestRunningChanged)
@@ -302,6 +272,7 @@ public:
 
     // Run state
     StatusLine* status() { return &m_status; }
+    PermissionPanel* permissions() { return &m_permissions; }
     const StatusLine* status() const { return &m_status; }
     RecordingRunState runState() const { return m_runState; }
     bool isRecording() const { return flagsOf(m_runState).isRecording; }
@@ -332,38 +303,6 @@ public:
     std::optional<Timestamp> lastSessionMetaReceivedAt() const {
         return m_lastSessionMetaReceivedAt;
     }
-
-    // Microphone permission
-    const QString& microphonePermissionSummary() const {
-        return m_microphonePermission.summaryText;
-    }
-    const QString& microphonePermissionDetails() const { return m_microphonePermission.detailText; }
-    bool isMicrophonePermissionGranted() const { return m_microphonePermission.isGranted; }
-    bool canRequestMicrophonePermissionPrompt() const {
-        return m_microphonePermission.canRequestPrompt;
-    }
-    bool shouldOpenMicrophoneSystemSettings() const {
-        return m_microphonePermission.shouldOpenSystemSettings;
-    }
-    bool isRequestingMicrophonePermission() const { return m_isRequestingMicrophonePermission; }
-
-    // System audio permission
-    const QString& systemAudioPermissionSummary() const {
-        return m_systemAudioPermissionState.summaryText;
-    }
-    const QString& systemAudioPermissionDetails() const {
-        return m_systemAudioPermissionState.detailText;
-    }
-    bool isSystemAudioPermissionGranted() const { return m_systemAudioPermissionState.isGranted; }
-    bool canRequestSystemAudioPermissionPrompt() const {
-        return m_systemAudioPermissionState.canRequestPrompt;
-    }
-    bool shouldOpenSystemAudioSystemSettings() const {
-        return m_systemAudioPermissionState.shouldOpenSystemSettings;
-    }
-    bool isRequestingSystemAudioPermission() const { return m_isRequestingSystemAudioPermission; }
-    bool shouldSuggestSystemAudioRelaunch() const { return m_shouldSuggestSystemAudioRelaunch; }
-    bool showSystemAudioPermissionHelp() const { return m_showSystemAudioPermissionHelp; }
 
     // Support
     bool isAudioTestRunning() const { return m_isAudioTestRunning; }
@@ -455,24 +394,6 @@ public:
     /// Lists the saved sessions again, newest first.
     Q_INVOKABLE void refreshSessionHistory();
 
-    // Permissions
-    /// Applies a fresh microphone snapshot; with `showStatus` its summary becomes the status.
-    Q_INVOKABLE void refreshMicrophonePermissionStatus(bool showStatus);
-    /// Applies a snapshot from the preflight alone at once, and with `activelyProbe` another one
-    /// once the sources have been probed.
-    Q_INVOKABLE void refreshSystemAudioPermissionStatus(bool showStatus, bool activelyProbe);
-    /// Asks for the microphone (ignored while a request runs) and says how it went.
-    Q_INVOKABLE void requestMicrophonePermissionFromUI();
-    /// Asks for system audio (ignored while a request runs) and says how it went; a grant made
-    /// during this run suggests a relaunch.
-    Q_INVOKABLE void requestSystemAudioPermissionFromUI();
-    /// Opens where the microphone is allowed, or the general settings page.
-    Q_INVOKABLE void openMicrophoneSystemSettings();
-    /// Opens where system audio is allowed, or the general settings page.
-    Q_INVOKABLE void openSystemAudioSystemSettings();
-    /// Starts a new instance and ends this one; if the new one cannot start, says why and goes on.
-    Q_INVOKABLE void relaunchApplication();
-
     // Support
     /// Listens to the sources of `inputMode` for `Timing::audioTestDuration` without a server,
     /// then gives a verdict in the status and the figures with advice in the hint. Refused while
@@ -521,12 +442,6 @@ Q_SIGNALS:
     void lastPartialReceivedAtChanged();
     void lastFinalReceivedAtChanged();
     void lastSessionMetaReceivedAtChanged();
-    void microphonePermissionChanged();
-    void isRequestingMicrophonePermissionChanged();
-    void systemAudioPermissionChanged();
-    void isRequestingSystemAudioPermissionChanged();
-    void shouldSuggestSystemAudioRelaunchChanged();
-    void showSystemAudioPermissionHelpChanged();
     void isAudioTestRunningChanged();
     void lastDiagnosticsFileNameChanged();
     void memoAIBackendStatusChanged();
@@ -563,8 +478,6 @@ private:
     void setOutgoingAudioPeak(double peak);
     void setLastPartialReceivedAt(std::optional<Timestamp> at);
     void setLastFinalReceivedAt(std::optional<Timestamp> at);
-    void setShowSystemAudioPermissionHelp(bool value);
-    void setShouldSuggestSystemAudioRelaunch(bool value);
     void setAvailableInputDevices(QList<AudioInputDeviceOption> devices);
 
     // Recording (TranscriptionViewModelRecording.cpp)
@@ -715,29 +628,6 @@ private:
                                    std::optional<QString> diagnostic);
     void savePreferredInputDevice();
 
-    // Permissions (TranscriptionViewModelPermissions.cpp)
-    /// Applies a snapshot of the microphone's current state; nothing without a probe.
-    void applyMicrophonePermissionSnapshot();
-    void applyMicrophonePermissionSnapshot(const MicrophonePermissionSnapshot& snapshot);
-    /// Applies a system audio snapshot from the current preflight and `probeResult`; nothing
-    /// without a probe.
-    void applySystemAudioPermissionSnapshot(std::optional<bool> probeResult);
-    void applySystemAudioPermissionSnapshot(const SystemAudioPermissionSnapshot& snapshot);
-    /// Granted when there is no permission probe; otherwise the platform's request flow.
-    QCoro::Task<bool> requestMicrophoneAccess();
-    QCoro::Task<> microphonePermissionRequest();
-    QCoro::Task<> systemAudioPermissionRequest();
-    QCoro::Task<> systemAudioPermissionProbe(bool showStatus);
-    /// Tells the permission panel why a system audio start was refused.
-    void handleSystemAudioPermissionError(const SystemAudioCaptureError& error);
-    /// After a failed start of the sources: a system audio error goes to
-    /// `handleSystemAudioPermissionError`, a microphone error refreshes the microphone snapshot.
-    void reflectCaptureFailureInPermissions(const std::exception_ptr& error);
-    /// Opens `place`, or the general page when it cannot be opened; says which happened.
-    void openSettingsPage(SettingsPlace place, const QString& openedText);
-    void setIsRequestingMicrophonePermission(bool value);
-    void setIsRequestingSystemAudioPermission(bool value);
-
     // Audio test (TranscriptionViewModelAudioQuality.cpp)
     QCoro::Task<> audioQualityTest(AudioInputMode mode, quint32 selectedMicID,
                                    quint32 selectedSystemDisplayID,
@@ -753,6 +643,8 @@ private:
 
     // Owned objects and services
     Timing m_timing;
+    StatusLine m_status;
+    PermissionPanel m_permissions;
     STTConfigurationStore m_configStore;
     SessionHistoryStore m_historyStore;
     STTAPIClient m_apiClient;
@@ -760,10 +652,6 @@ private:
     SystemAudioCapture m_systemAudio;
     Clipboard* m_clipboard = nullptr;
     DesktopServices* m_desktopServices = nullptr;
-    std::shared_ptr<PermissionProbe> m_permissionProbe;
-    /// The system audio permission flow (it remembers whether the prompt was shown in this run);
-    /// shared with the request in flight. Only with a probe.
-    std::shared_ptr<SystemAudioPermission> m_systemAudioPermission;
 
     // Settings
     STTConfiguration m_config;
@@ -791,7 +679,6 @@ private:
     RecordingRunState m_runState = RecordingRunState::idle;
     /// The run on screen (the last one started); null before the first start.
     std::shared_ptr<RecordingRun> m_run;
-    StatusLine m_status;
     QString m_pauseElapsedLabel;
     bool m_fallbackNoticeVisible = false;
 
@@ -814,15 +701,6 @@ private:
     std::optional<Timestamp> m_lastPartialReceivedAt;
     std::optional<Timestamp> m_lastFinalReceivedAt;
     std::optional<Timestamp> m_lastSessionMetaReceivedAt;
-
-    // Permissions
-    /// What the permission panel shows; "tarkistamatta" with a request offered until checked.
-    MicrophonePermissionSnapshot m_microphonePermission;
-    bool m_isRequestingMicrophonePermission = false;
-    SystemAudioPermissionSnapshot m_systemAudioPermissionState;
-    bool m_isRequestingSystemAudioPermission = false;
-    bool m_shouldSuggestSystemAudioRelaunch = false;
-    bool m_showSystemAudioPermissionHelp = false;
 
     // Support
     bool m_isAudioTestRunning = false;

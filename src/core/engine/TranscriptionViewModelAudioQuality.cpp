@@ -59,7 +59,7 @@ QCoro::Task<> TranscriptionViewModel::audioQualityTest(AudioInputMode mode, quin
 
     if (!completed) {
         if (failure)
-            reflectCaptureFailureInPermissions(failure);
+            m_permissions.reflectCaptureFailure(failure);
         const QString description =
             failure ? userErrorDescription(failure) : UiText::audioTestInterrupted;
         AppLog::write(u"audioTest failed error="_s + description);

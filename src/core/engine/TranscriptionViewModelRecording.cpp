@@ -178,7 +178,7 @@ QCoro::Task<> TranscriptionViewModel::runStartAttempt(std::shared_ptr<RecordingR
 }
 
 void TranscriptionViewModel::handleStartFailure(QUuid attemptID, std::exception_ptr error) {
-    reflectCaptureFailureInPermissions(error);
+    m_permissions.reflectCaptureFailure(error);
     if (m_startAttemptID != attemptID)
         return;
 
@@ -220,10 +220,9 @@ void TranscriptionViewModel::stopSessionInBackground(STTAPIClient apiClient,
 }
 
 QCoro::Task<> TranscriptionViewModel::ensurePermissionsForMode(AudioInputMode mode) {
-    if (!usesMicrophone(mode) || !m_permissionProbe)
+    if (!usesMicrophone(mode))
         co_return;
-    // The probe travels with the request, so the request never reaches back into this object.
-    const bool granted = co_await requestMicrophonePermission(m_permissionProbe);
+    const bool granted = co_await m_permissions.requestMicrophoneAccess();
     if (!granted)
         throw MicrophoneCaptureError(MicrophoneCaptureError::Kind::permissionDenied);
 }
@@ -247,9 +246,7 @@ void TranscriptionViewModel::activateLiveCapture(AudioInputMode mode,
     }
     if (usesSystemAudio(mode)) {
         m_systemAudio.start();
-        applySystemAudioPermissionSnapshot(true);
-        setShowSystemAudioPermissionHelp(false);
-        setShouldSuggestSystemAudioRelaunch(false);
+        m_permissions.systemAudioCaptureStarted();
     }
     Q_EMIT sourceLabelsChanged();
 }

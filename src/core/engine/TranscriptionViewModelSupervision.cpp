@@ -110,7 +110,7 @@ void TranscriptionViewModel::restartMicrophoneCapture(AudioInputMode mode,
     try {
         m_microphone.start();
     } catch (const MicrophoneCaptureError& error) {
-        applyMicrophonePermissionSnapshot();
+        m_permissions.applyMicrophonePermissionSnapshot();
         setStatusText(UiText::statusMicrophoneSwitchFailed);
         setDiagnosticHint(UiText::hintMicrophoneStartFailed(error.description()));
         AppLog::write(u"microphone live restart failed reason=%1 error=%2"_s.arg(
@@ -159,7 +159,7 @@ void TranscriptionViewModel::attemptMixedMicrophoneRestart(const QString& trigge
         m_microphone.start();
     } catch (const MicrophoneCaptureError& error) {
         setDiagnosticHint(UiText::hintMicrophoneRestartFailed(error.description()));
-        applyMicrophonePermissionSnapshot();
+        m_permissions.applyMicrophonePermissionSnapshot();
         AppLog::write(u"mixed microphone restart failed: %1"_s.arg(error.description()));
         return;
     }
@@ -183,7 +183,7 @@ void TranscriptionViewModel::attemptSystemAudioFallback(const QString& trigger,
 QCoro::Task<>
 TranscriptionViewModel::systemAudioFallback(QPointer<WebSocketStreamClient> wsClient) {
     const QPointer<TranscriptionViewModel> self(this);
-    const bool granted = co_await requestMicrophoneAccess();
+    const bool granted = co_await m_permissions.requestMicrophoneAccess();
     if (!self || !wsClient || wsClient != m_webSocketClient || !isRecording())
         co_return;
     if (!granted) {
@@ -286,11 +286,11 @@ QCoro::Task<> TranscriptionViewModel::liveDeviceChange(AudioInputMode target,
                                                        std::optional<QString> statusOverride,
                                                        std::optional<QString> diagnostic) {
     const QPointer<TranscriptionViewModel> self(this);
-    const bool granted = co_await requestMicrophoneAccess();
+    const bool granted = co_await m_permissions.requestMicrophoneAccess();
     if (!self || !wsClient || wsClient != m_webSocketClient || !isRecording())
         co_return;
     if (!granted) {
-        applyMicrophonePermissionSnapshot();
+        m_permissions.applyMicrophonePermissionSnapshot();
         setStatusText(UiText::statusMicrophoneSwitchFailed);
         setDiagnosticHint(UiText::hintMicrophonePermissionMissing);
         AppLog::write(u"microphone live change failed: permission denied"_s);
@@ -370,8 +370,7 @@ void TranscriptionViewModel::refreshInputDevices() {
 
 void TranscriptionViewModel::refreshSystemAudioDisplays(bool allowAccessAttempt) {
     QList<SystemAudioDisplayOption> displays;
-    const bool mayAsk =
-        allowAccessAttempt || !m_permissionProbe || m_permissionProbe->systemAudioPreflight();
+    const bool mayAsk = allowAccessAttempt || m_permissions.systemAudioPreflight();
     if (mayAsk) {
         try {
             displays = m_systemAudio.listDisplaySources();
@@ -401,8 +400,7 @@ void TranscriptionViewModel::refreshSystemAudioDisplays(bool allowAccessAttempt)
 
 void TranscriptionViewModel::refreshSystemAudioApplications(bool allowAccessAttempt) {
     QList<SystemAudioApplicationOption> applications;
-    const bool mayAsk =
-        allowAccessAttempt || !m_permissionProbe || m_permissionProbe->systemAudioPreflight();
+    const bool mayAsk = allowAccessAttempt || m_permissions.systemAudioPreflight();
     if (mayAsk) {
         try {
             applications = m_systemAudio.listApplicationSources();

@@ -1,6 +1,6 @@
-// The permission panel: the snapshots of both permissions, the checks and requests behind its
-// buttons, the settings pages and the relaunch.
-#include "engine/TranscriptionViewModel.h"
+#include "engine/parts/PermissionPanel.h"
+
+#include "engine/StatusLine.h"
 
 #include "audio/MicrophoneCaptureError.h"
 #include "audio/MicrophonePermissionSnapshot.h"
@@ -14,15 +14,32 @@ using namespace Qt::StringLiterals;
 
 namespace vesnara {
 
+PermissionPanel::PermissionPanel(std::shared_ptr<PermissionProbe> probe, const Timing& timing,
+                                 StatusLine& status, DesktopServices* desktopServices,
+                                 QObject* parent)
+    : QObject(parent)
+    , m_permissionProbe(std::move(probe))
+    , m_systemAudioPermission(
+          m_permissionProbe ? std::make_shared<SystemAudioPermission>(
+                                  m_permissionProbe, timing.systemAudioPermissionProbeRetryDelay)
+                            : nullptr)
+    , m_status(status)
+    , m_desktopServices(desktopServices)
+    , m_microphonePermission{UiText::microphonePermissionUnchecked, {}, false, true, false}
+    , m_systemAudioPermissionState{UiText::systemAudioPermissionUnchecked, {}, false, true, false} {
+    applyMicrophonePermissionSnapshot();
+    applySystemAudioPermissionSnapshot(std::nullopt);
+}
+
 // Snapshots
 
-void TranscriptionViewModel::applyMicrophonePermissionSnapshot() {
+void PermissionPanel::applyMicrophonePermissionSnapshot() {
     if (m_permissionProbe)
         applyMicrophonePermissionSnapshot(
             MicrophonePermissionSnapshot::from(m_permissionProbe->microphoneState()));
 }
 
-void TranscriptionViewModel::applyMicrophonePermissionSnapshot(
+void PermissionPanel::applyMicrophonePermissionSnapshot(
     const MicrophonePermissionSnapshot& snapshot) {
     if (m_microphonePermission == snapshot)
         return;
@@ -30,13 +47,13 @@ void TranscriptionViewModel::applyMicrophonePermissionSnapshot(
     Q_EMIT microphonePermissionChanged();
 }
 
-void TranscriptionViewModel::applySystemAudioPermissionSnapshot(std::optional<bool> probeResult) {
+void PermissionPanel::applySystemAudioPermissionSnapshot(std::optional<bool> probeResult) {
     if (m_systemAudioPermission)
         applySystemAudioPermissionSnapshot(
             m_systemAudioPermission->permissionSnapshot(std::nullopt, probeResult));
 }
 
-void TranscriptionViewModel::applySystemAudioPermissionSnapshot(
+void PermissionPanel::applySystemAudioPermissionSnapshot(
     const SystemAudioPermissionSnapshot& snapshot) {
     if (m_systemAudioPermissionState == snapshot)
         return;
@@ -46,23 +63,22 @@ void TranscriptionViewModel::applySystemAudioPermissionSnapshot(
 
 // Checks
 
-void TranscriptionViewModel::refreshMicrophonePermissionStatus(bool showStatus) {
+void PermissionPanel::refreshMicrophonePermissionStatus(bool showStatus) {
     applyMicrophonePermissionSnapshot();
     if (showStatus)
-        setStatusText(m_microphonePermission.summaryText);
+        m_status.setStatusText(m_microphonePermission.summaryText);
 }
 
-void TranscriptionViewModel::refreshSystemAudioPermissionStatus(bool showStatus,
-                                                                bool activelyProbe) {
+void PermissionPanel::refreshSystemAudioPermissionStatus(bool showStatus, bool activelyProbe) {
     applySystemAudioPermissionSnapshot(std::nullopt);
     if (showStatus)
-        setStatusText(m_systemAudioPermissionState.summaryText);
+        m_status.setStatusText(m_systemAudioPermissionState.summaryText);
     if (activelyProbe && m_systemAudioPermission)
         systemAudioPermissionProbe(showStatus);
 }
 
-QCoro::Task<> TranscriptionViewModel::systemAudioPermissionProbe(bool showStatus) {
-    const QPointer<TranscriptionViewModel> self(this);
+QCoro::Task<> PermissionPanel::systemAudioPermissionProbe(bool showStatus) {
+    const QPointer<PermissionPanel> self(this);
     // The flow travels with the task, so it outlives this object if it must.
     const auto permission = m_systemAudioPermission;
     const auto snapshot = co_await permission->currentPermissionSnapshot();
@@ -70,57 +86,57 @@ QCoro::Task<> TranscriptionViewModel::systemAudioPermissionProbe(bool showStatus
         co_return;
     applySystemAudioPermissionSnapshot(snapshot);
     if (showStatus)
-        setStatusText(snapshot.summaryText);
+        m_status.setStatusText(snapshot.summaryText);
 }
 
 // Requests
 
-QCoro::Task<bool> TranscriptionViewModel::requestMicrophoneAccess() {
+QCoro::Task<bool> PermissionPanel::requestMicrophoneAccess() {
     if (!m_permissionProbe)
         co_return true;
     co_return co_await requestMicrophonePermission(m_permissionProbe);
 }
 
-void TranscriptionViewModel::requestMicrophonePermissionFromUI() {
+void PermissionPanel::requestMicrophonePermissionFromUI() {
     if (m_isRequestingMicrophonePermission)
         return;
     setIsRequestingMicrophonePermission(true);
-    setStatusText(UiText::microphonePermissionRequesting);
+    m_status.setStatusText(UiText::microphonePermissionRequesting);
     microphonePermissionRequest();
 }
 
-QCoro::Task<> TranscriptionViewModel::microphonePermissionRequest() {
-    const QPointer<TranscriptionViewModel> self(this);
+QCoro::Task<> PermissionPanel::microphonePermissionRequest() {
+    const QPointer<PermissionPanel> self(this);
     const auto probe = m_permissionProbe;
     const bool granted = co_await requestMicrophoneAccess();
     if (!self)
         co_return;
     setIsRequestingMicrophonePermission(false);
     if (!probe) {
-        setStatusText(UiText::microphonePermissionInUse);
+        m_status.setStatusText(UiText::microphonePermissionInUse);
         co_return;
     }
     const auto snapshot = MicrophonePermissionSnapshot::from(probe->microphoneState());
     applyMicrophonePermissionSnapshot(snapshot);
-    setStatusText(microphonePermissionRequestStatusText(granted, snapshot));
+    m_status.setStatusText(microphonePermissionRequestStatusText(granted, snapshot));
 }
 
-void TranscriptionViewModel::requestSystemAudioPermissionFromUI() {
+void PermissionPanel::requestSystemAudioPermissionFromUI() {
     if (m_isRequestingSystemAudioPermission)
         return;
     setIsRequestingSystemAudioPermission(true);
-    setStatusText(UiText::systemAudioPermissionRequesting);
+    m_status.setStatusText(UiText::systemAudioPermissionRequesting);
     systemAudioPermissionRequest();
 }
 
-QCoro::Task<> TranscriptionViewModel::systemAudioPermissionRequest() {
-    const QPointer<TranscriptionViewModel> self(this);
+QCoro::Task<> PermissionPanel::systemAudioPermissionRequest() {
+    const QPointer<PermissionPanel> self(this);
     const auto permission = m_systemAudioPermission;
     const auto probe = m_permissionProbe;
     if (!permission) {
         // Nothing guards system audio without a probe.
         setIsRequestingSystemAudioPermission(false);
-        setStatusText(UiText::systemAudioPermissionInUse);
+        m_status.setStatusText(UiText::systemAudioPermissionInUse);
         co_return;
     }
     const bool grantedBefore = probe->systemAudioPreflight();
@@ -136,22 +152,21 @@ QCoro::Task<> TranscriptionViewModel::systemAudioPermissionRequest() {
     if (outcome.shouldSuggestRelaunch)
         setShouldSuggestSystemAudioRelaunch(*outcome.shouldSuggestRelaunch);
     setShowSystemAudioPermissionHelp(outcome.showPermissionHelp);
-    setStatusText(outcome.statusText);
+    m_status.setStatusText(outcome.statusText);
 }
 
-void TranscriptionViewModel::handleSystemAudioPermissionError(
-    const SystemAudioCaptureError& error) {
+void PermissionPanel::handleSystemAudioPermissionError(const SystemAudioCaptureError& error) {
     applySystemAudioPermissionSnapshot(std::nullopt);
     switch (error.kind()) {
     case SystemAudioCaptureError::Kind::permissionDenied:
         setShowSystemAudioPermissionHelp(true);
-        setDiagnosticHint(UiText::systemAudioPermissionMissingHint);
-        setStatusText(UiText::systemAudioPermissionMissing);
+        m_status.setDiagnosticHint(UiText::systemAudioPermissionMissingHint);
+        m_status.setStatusText(UiText::systemAudioPermissionMissing);
         break;
     case SystemAudioCaptureError::Kind::restartRequiredAfterPermissionGrant:
         setShouldSuggestSystemAudioRelaunch(true);
         setShowSystemAudioPermissionHelp(true);
-        setStatusText(UiText::systemAudioPermissionGrantedRelaunch);
+        m_status.setStatusText(UiText::systemAudioPermissionGrantedRelaunch);
         break;
     case SystemAudioCaptureError::Kind::noDisplay:
     case SystemAudioCaptureError::Kind::streamSetupFailed:
@@ -159,7 +174,7 @@ void TranscriptionViewModel::handleSystemAudioPermissionError(
     }
 }
 
-void TranscriptionViewModel::reflectCaptureFailureInPermissions(const std::exception_ptr& error) {
+void PermissionPanel::reflectCaptureFailure(const std::exception_ptr& error) {
     try {
         std::rethrow_exception(error);
     } catch (const SystemAudioCaptureError& e) {
@@ -170,30 +185,68 @@ void TranscriptionViewModel::reflectCaptureFailureInPermissions(const std::excep
     }
 }
 
+void PermissionPanel::systemAudioCaptureStarted() {
+    applySystemAudioPermissionSnapshot(true);
+    setShowSystemAudioPermissionHelp(false);
+    setShouldSuggestSystemAudioRelaunch(false);
+}
+
+bool PermissionPanel::systemAudioPreflight() const {
+    return !m_permissionProbe || m_permissionProbe->systemAudioPreflight();
+}
+
+void PermissionPanel::setIsRequestingMicrophonePermission(bool value) {
+    if (m_isRequestingMicrophonePermission == value)
+        return;
+    m_isRequestingMicrophonePermission = value;
+    Q_EMIT isRequestingMicrophonePermissionChanged();
+}
+
+void PermissionPanel::setIsRequestingSystemAudioPermission(bool value) {
+    if (m_isRequestingSystemAudioPermission == value)
+        return;
+    m_isRequestingSystemAudioPermission = value;
+    Q_EMIT isRequestingSystemAudioPermissionChanged();
+}
+
+void PermissionPanel::setShowSystemAudioPermissionHelp(bool value) {
+    if (m_showSystemAudioPermissionHelp == value)
+        return;
+    m_showSystemAudioPermissionHelp = value;
+    Q_EMIT showSystemAudioPermissionHelpChanged();
+}
+
+void PermissionPanel::setShouldSuggestSystemAudioRelaunch(bool value) {
+    if (m_shouldSuggestSystemAudioRelaunch == value)
+        return;
+    m_shouldSuggestSystemAudioRelaunch = value;
+    Q_EMIT shouldSuggestSystemAudioRelaunchChanged();
+}
+
 // Settings and relaunch
 
-void TranscriptionViewModel::openMicrophoneSystemSettings() {
+void PermissionPanel::openMicrophoneSystemSettings() {
     openSettingsPage(SettingsPlace::microphoneAccess, UiText::openedMicrophoneSettings);
 }
 
-void TranscriptionViewModel::openSystemAudioSystemSettings() {
+void PermissionPanel::openSystemAudioSystemSettings() {
     openSettingsPage(SettingsPlace::systemAudioAccess, UiText::openedSystemAudioSettings);
 }
 
-void TranscriptionViewModel::openSettingsPage(SettingsPlace place, const QString& openedText) {
+void PermissionPanel::openSettingsPage(SettingsPlace place, const QString& openedText) {
     const bool opened =
         m_desktopServices && (m_desktopServices->openSettings(place) ||
                               m_desktopServices->openSettings(SettingsPlace::general));
-    setStatusText(opened ? openedText : UiText::openSettingsFailed);
+    m_status.setStatusText(opened ? openedText : UiText::openSettingsFailed);
 }
 
-void TranscriptionViewModel::relaunchApplication() {
+void PermissionPanel::relaunchApplication() {
     const std::optional<QString> error = m_desktopServices
                                              ? m_desktopServices->startNewInstance()
                                              : std::optional<QString>(u"no desktop services"_s);
     if (error) {
         AppLog::write(u"relaunch failed error="_s + *error);
-        setStatusText(UiText::relaunchFailed(*error));
+        m_status.setStatusText(UiText::relaunchFailed(*error));
         return;
     }
     AppLog::write(u"relaunch started a new instance; terminating"_s);
