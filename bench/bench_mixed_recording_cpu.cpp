@@ -315,7 +315,7 @@ std::optional<QString> recordOneMinute(BenchSetup& setup, RecordingFigures& figu
     vm->updateAuthContext(setup.server.token());
     vm->setInputMode(AudioInputMode::microphoneAndSystem);
     int metaPolls = 0;
-    QObject::connect(vm.get(), &TranscriptionViewModel::lastSessionMetaReceivedAtChanged, vm.get(),
+    QObject::connect(vm->meters(), &RecordingMeters::lastSessionMetaReceivedAtChanged, vm.get(),
                      [&metaPolls] { ++metaPolls; });
 
     QEventLoop recording;

@@ -101,7 +101,7 @@ private Q_SLOTS:
         const double expected = sineLevel(kAmplitude);
         QTRY_VERIFY_WITH_TIMEOUT(rig.server->session(id)->peakAudioLevel > expected / 2, kWaitMs);
         QTRY_VERIFY_WITH_TIMEOUT(rig.server->session(id)->audioFrameCount >= 10, kWaitMs);
-        QVERIFY(vm.outgoingAudioPeak() > expected / 2);
+        QVERIFY(vm.meters()->outgoingAudioPeak() > expected / 2);
 
         vm.stopRecording();
         QTRY_VERIFY_WITH_TIMEOUT(rig.server->session(id)->isStopped(), kWaitMs);

@@ -61,7 +61,7 @@ private Q_SLOTS:
         QVERIFY(!h->microphoneBackend.isRecording());
         QVERIFY(vm.canStart());
         QVERIFY(h->createdSessionIds().isEmpty());
-        QCOMPARE(vm.audioFramesSent(), 0);
+        QCOMPARE(vm.meters()->audioFramesSent(), 0);
     }
 
     void mixedTestNamesTheSilentSourceAndTheQuietLevel() {

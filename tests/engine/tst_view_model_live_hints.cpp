@@ -30,8 +30,9 @@ void TstViewModelLiveHints::silentMicrophoneSaysNoSpeech() {
     QTRY_COMPARE_WITH_TIMEOUT(h.session(id)->audioFrameCount, 61, kEngineWaitMs);
     QTRY_COMPARE_WITH_TIMEOUT(vm.status()->diagnosticHint(), UiText::hintNoSpeechDetected,
                               kEngineWaitMs);
-    QVERIFY(vm.lastSessionMetaReceivedAt().has_value());
-    QVERIFY(vm.realtimeDiagnosticsLabel().startsWith(u"Audio 61 • mic 61/0.000 • sys 0/0.000"_s));
+    QVERIFY(vm.meters()->lastSessionMetaReceivedAt().has_value());
+    QVERIFY(vm.meters()->realtimeDiagnosticsLabel().startsWith(
+        u"Audio 61 • mic 61/0.000 • sys 0/0.000"_s));
 
     vm.pauseRecording();
     QCOMPARE(vm.status()->diagnosticHint(), UiText::hintRecordingPaused);
@@ -78,7 +79,7 @@ void TstViewModelLiveHints::systemBuffersWithoutPCMAreNamed() {
     h.systemBackend.play(buffersWithoutPCM(5));
     QTRY_COMPARE_WITH_TIMEOUT(vm.status()->diagnosticHint(),
                               UiText::hintSystemAudioNotConvertingToPCM, kEngineWaitMs);
-    QCOMPARE(vm.audioFramesSent(), 0);
+    QCOMPARE(vm.meters()->audioFramesSent(), 0);
     vm.stopRecording();
     QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(), UiText::statusStopped, kEngineWaitMs);
     QCOMPARE(vm.status()->diagnosticHint(), QString());

@@ -73,14 +73,14 @@ void TstViewModelRecording::microphoneRecordingMergesStreamAndPollAndSaves() {
     h.microphoneBackend.play(toneBuffers(12, 0.5f));
     QTRY_COMPARE_WITH_TIMEOUT(h.session(id)->audioFrameCount, 12, kEngineWaitMs);
     QTRY_COMPARE_WITH_TIMEOUT(vm.segments().size(), 2, kEngineWaitMs);
-    QCOMPARE(vm.audioFramesSent(), 12);
+    QCOMPARE(vm.meters()->audioFramesSent(), 12);
     const double expectedLevel = 2.0 / std::numbers::pi * 0.5;
     QVERIFY2(std::abs(h.session(id)->averageAudioLevel() - expectedLevel) < 0.02,
              qPrintable(QString::number(h.session(id)->averageAudioLevel())));
     // The meta poll may briefly show the server's average of an earlier moment.
-    QTRY_VERIFY_WITH_TIMEOUT(std::abs(vm.outgoingAudioLevel() - expectedLevel) < 0.02,
+    QTRY_VERIFY_WITH_TIMEOUT(std::abs(vm.meters()->outgoingAudioLevel() - expectedLevel) < 0.02,
                              kEngineWaitMs);
-    QVERIFY(vm.outgoingAudioPeak() >= vm.outgoingAudioLevel());
+    QVERIFY(vm.meters()->outgoingAudioPeak() >= vm.meters()->outgoingAudioLevel());
     QCOMPARE(vm.interimText(), QString());
 
     // Lines that only the server's transcript holds: a case and spacing variant of the first
@@ -108,7 +108,7 @@ void TstViewModelRecording::microphoneRecordingMergesStreamAndPollAndSaves() {
     QVERIFY(h.session(id)->isStopped());
     QCOMPARE(vm.sessionId(), id);
     QCOMPARE(vm.segments().size(), 3);
-    QCOMPARE(vm.audioFramesSent(), 0);
+    QCOMPARE(vm.meters()->audioFramesSent(), 0);
     QCOMPARE(vm.status()->diagnosticHint(), QString());
     QVERIFY(vm.canSummary());
 
@@ -145,7 +145,7 @@ void TstViewModelRecording::systemAudioSilenceEndsWithoutTranscriptAndTellsWhy()
     QTRY_COMPARE_WITH_TIMEOUT(h.session(id)->audioFrameCount, 26, kEngineWaitMs);
     // Every 25th frame before the first line says whether speech is heard.
     QTRY_VERIFY_WITH_TIMEOUT(h.statuses.contains(UiText::statusWaitingForSpeech), kEngineWaitMs);
-    QCOMPARE(vm.outgoingAudioLevel(), 0.0);
+    QCOMPARE(vm.meters()->outgoingAudioLevel(), 0.0);
 
     vm.stopRecording();
     QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(), UiText::statusStoppedWithoutTranscript,

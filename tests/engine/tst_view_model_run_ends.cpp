@@ -88,7 +88,7 @@ void TstViewModelRunEnds::aStartDuringTheStopsFinishingKeepsBothRunsApart() {
     QTRY_VERIFY_WITH_TIMEOUT(h.requestCount(second + u"/transcript"_s) > polls, kEngineWaitMs);
     h.microphoneBackend.play(toneBuffers(2, 0.5f));
     QTRY_COMPARE_WITH_TIMEOUT(h.session(second)->audioFrameCount, 2, kEngineWaitMs);
-    QCOMPARE(vm.audioFramesSent(), 2);
+    QCOMPARE(vm.meters()->audioFramesSent(), 2);
 
     vm.stopRecording();
     QTRY_VERIFY_WITH_TIMEOUT(vm.runState() == RecordingRunState::idle, kEngineWaitMs);

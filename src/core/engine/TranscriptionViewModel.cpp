@@ -139,21 +139,6 @@ QList<TranscriptPin> TranscriptionViewModel::pinsSortedByTimestamp() const {
     return sorted;
 }
 
-QString TranscriptionViewModel::realtimeDiagnosticsLabel() const {
-    RealtimeDiagnostics diagnostics;
-    diagnostics.audioFramesSent = m_audioFramesSent;
-    diagnostics.micFramesSeen = m_micFramesSeen;
-    diagnostics.micAudioPeak = m_micAudioPeak;
-    diagnostics.systemFramesSeen = m_systemFramesSeen;
-    diagnostics.systemAudioPeak = m_systemAudioPeak;
-    diagnostics.lastPartialReceivedAt = m_lastPartialReceivedAt;
-    diagnostics.lastFinalReceivedAt = m_lastFinalReceivedAt;
-    diagnostics.lastSessionMetaReceivedAt = m_lastSessionMetaReceivedAt;
-    diagnostics.mixedLagDropMicChunks = m_mixerQueues.mixedLagDropMicChunks;
-    diagnostics.mixedLagDropSystemChunks = m_mixerQueues.mixedLagDropSystemChunks;
-    return vesnara::realtimeDiagnosticsLabel(diagnostics, Timestamp::now());
-}
-
 QString TranscriptionViewModel::selectedInputDeviceName() const {
     if (m_selectedInputDeviceID == 0)
         return UiText::automaticSource;
@@ -389,38 +374,6 @@ void TranscriptionViewModel::setSessionId(const QString& id) {
     m_sessionId = id;
     Q_EMIT sessionIdChanged();
     notifyRunStateChanged();
-}
-
-void TranscriptionViewModel::setAudioFramesSent(qint64 frames) {
-    if (m_audioFramesSent == frames)
-        return;
-    m_audioFramesSent = frames;
-    Q_EMIT audioFramesSentChanged();
-    Q_EMIT realtimeDiagnosticsChanged();
-}
-
-void TranscriptionViewModel::setOutgoingAudioLevel(double level) {
-    VESNARA_ASSIGN_AND_NOTIFY(m_outgoingAudioLevel, level, outgoingAudioLevelChanged);
-}
-
-void TranscriptionViewModel::setOutgoingAudioPeak(double peak) {
-    VESNARA_ASSIGN_AND_NOTIFY(m_outgoingAudioPeak, peak, outgoingAudioPeakChanged);
-}
-
-void TranscriptionViewModel::setLastPartialReceivedAt(std::optional<Timestamp> at) {
-    if (m_lastPartialReceivedAt == at)
-        return;
-    m_lastPartialReceivedAt = at;
-    Q_EMIT lastPartialReceivedAtChanged();
-    Q_EMIT realtimeDiagnosticsChanged();
-}
-
-void TranscriptionViewModel::setLastFinalReceivedAt(std::optional<Timestamp> at) {
-    if (m_lastFinalReceivedAt == at)
-        return;
-    m_lastFinalReceivedAt = at;
-    Q_EMIT lastFinalReceivedAtChanged();
-    Q_EMIT realtimeDiagnosticsChanged();
 }
 
 void TranscriptionViewModel::setIsAudioTestRunning(bool value) {

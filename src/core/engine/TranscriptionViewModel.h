@@ -13,6 +13,7 @@
 #include "engine/StatusLine.h"
 #include "engine/StoredTask.h"
 #include "engine/parts/PermissionPanel.h"
+#include "engine/parts/RecordingMeters.h"
 #include "engine/rules/MixerQueues.h"
 #include "engine/rules/RecordingRunState.h"
 #include "engine/rules/TranscriptMerge.h"
@@ -118,6 +119,7 @@ class TranscriptionViewModel final : public QObject {
     // Run state; the status line and hint are written by every part into one `StatusLine`.
     Q_PROPERTY(vesnara::StatusLine* status READ status CONSTANT)
     Q_PROPERTY(vesnara::PermissionPanel* permissions READ permissions CONSTANT)
+    Q_PROPERTY(vesnara::RecordingMeters* meters READ meters CONSTANT)
     Q_PROPERTY(vesnara::RecordingRunState runState READ runState NOTIFY runStateChanged)
     Q_PROPERTY(bool isRecording READ isRecording NOTIFY isRecordingChanged)
     Q_PROPERTY(bool isStartingRecording READ isStartingRecording NOTIFY isStartingRecordingChanged)
@@ -142,17 +144,6 @@ class TranscriptionViewModel final : public QObject {
     Q_PROPERTY(QString selectedSessionHistoryId READ selectedSessionHistoryId NOTIFY
                    selectedSessionHistoryIdChanged)
 
-    // Meters
-    Q_PROPERTY(qint64 audioFramesSent READ audioFramesSent NOTIFY audioFramesSentChanged)
-    Q_PROPERTY(double outgoingAudioLevel READ outgoingAudioLevel NOTIFY outgoingAudioLevelChanged)
-    Q_PROPERTY(double outgoingAudioPeak READ outgoingAudioPeak NOTIFY outgoingAudioPeakChanged)
-    Q_PROPERTY(std::optional<vesnara::Timestamp> lastPartialReceivedAt READ lastPartialReceivedAt
-                   NOTIFY lastPartialReceivedAtChanged)
-    Q_PROPERTY(std::optional<vesnara::Timestamp> lastFinalReceivedAt READ lastFinalReceivedAt NOTIFY
-                   lastFinalReceivedAtChanged)
-    Q_PROPERTY(std::optional<vesnara::Timestamp> lastSessionMetaReceivedAt READ
-                   lastSessionMetaReceivedAt NOTIFY lastSessionMetaReceivedAtChanged)
-
     // Support
     Q_PROPERTY(bool isAudioTestRunning READ isAudioTestRunning NOTIFY isAudioTestRunningChanged)
     Q_PROPERTY(QString lastDiagnosticsFileName READ lastDiagnosticsFileName NOTIFY
@@ -176,8 +167,6 @@ class TranscriptionViewModel final : public QObject {
     Q_PROPERTY(qsizetype pinCount READ pinCount NOTIFY pinsChanged)
     Q_PROPERTY(QList<vesnara::TranscriptPin> pinsSortedByTimestamp READ pinsSortedByTimestamp NOTIFY
                    pinsChanged)
-    Q_PROPERTY(QString realtimeDiagnosticsLabel READ realtimeDiagnosticsLabel NOTIFY
-                   realtimeDiagnosticsChanged)
     Q_PROPERTY(
         QString selectedInputDeviceName READ selectedInputDeviceName NOTIFY sourceLabelsChanged)
     Q_PROPERTY(bool isSelectedInputDeviceVirtual READ isSelectedInputDeviceVirtual NOTIFY
@@ -273,6 +262,8 @@ public:
     // Run state
     StatusLine* status() { return &m_status; }
     PermissionPanel* permissions() { return &m_permissions; }
+    RecordingMeters* meters() { return &m_meters; }
+    const RecordingMeters* meters() const { return &m_meters; }
     const StatusLine* status() const { return &m_status; }
     RecordingRunState runState() const { return m_runState; }
     bool isRecording() const { return flagsOf(m_runState).isRecording; }
@@ -294,16 +285,6 @@ public:
     const QList<SavedSessionListItem>& sessionHistory() const { return m_sessionHistory; }
     const QString& selectedSessionHistoryId() const { return m_selectedSessionHistoryId; }
 
-    // Meters
-    qint64 audioFramesSent() const { return m_audioFramesSent; }
-    double outgoingAudioLevel() const { return m_outgoingAudioLevel; }
-    double outgoingAudioPeak() const { return m_outgoingAudioPeak; }
-    std::optional<Timestamp> lastPartialReceivedAt() const { return m_lastPartialReceivedAt; }
-    std::optional<Timestamp> lastFinalReceivedAt() const { return m_lastFinalReceivedAt; }
-    std::optional<Timestamp> lastSessionMetaReceivedAt() const {
-        return m_lastSessionMetaReceivedAt;
-    }
-
     // Support
     bool isAudioTestRunning() const { return m_isAudioTestRunning; }
     const QString& lastDiagnosticsFileName() const { return m_lastDiagnosticsFileName; }
@@ -324,7 +305,6 @@ public:
     qsizetype segmentCount() const { return m_segments.size(); }
     qsizetype pinCount() const { return m_pins.size(); }
     QList<TranscriptPin> pinsSortedByTimestamp() const;
-    QString realtimeDiagnosticsLabel() const;
     /// "Auto" at 0, the device's name when listed, otherwise "Tuntematon".
     QString selectedInputDeviceName() const;
     bool isSelectedInputDeviceVirtual() const;
@@ -436,12 +416,6 @@ Q_SIGNALS:
     void sessionIdChanged();
     void sessionHistoryChanged();
     void selectedSessionHistoryIdChanged();
-    void audioFramesSentChanged();
-    void outgoingAudioLevelChanged();
-    void outgoingAudioPeakChanged();
-    void lastPartialReceivedAtChanged();
-    void lastFinalReceivedAtChanged();
-    void lastSessionMetaReceivedAtChanged();
     void isAudioTestRunningChanged();
     void lastDiagnosticsFileNameChanged();
     void memoAIBackendStatusChanged();
@@ -449,8 +423,6 @@ Q_SIGNALS:
     /// One of the run-state flags, the segments, the pins or `sessionId` changed: the `can…`
     /// values may have changed.
     void commandAvailabilityChanged();
-    /// A figure of the diagnostics line changed.
-    void realtimeDiagnosticsChanged();
     /// The device or source names that the labels show may have changed.
     void sourceLabelsChanged();
 
@@ -473,11 +445,6 @@ private:
     void setSelectedPinId(std::optional<QUuid> id);
     void setHighlightedPinId(std::optional<QUuid> id);
     void setSessionId(const QString& id);
-    void setAudioFramesSent(qint64 frames);
-    void setOutgoingAudioLevel(double level);
-    void setOutgoingAudioPeak(double peak);
-    void setLastPartialReceivedAt(std::optional<Timestamp> at);
-    void setLastFinalReceivedAt(std::optional<Timestamp> at);
     void setAvailableInputDevices(QList<AudioInputDeviceOption> devices);
 
     // Recording (TranscriptionViewModelRecording.cpp)
@@ -645,6 +612,7 @@ private:
     Timing m_timing;
     StatusLine m_status;
     PermissionPanel m_permissions;
+    RecordingMeters m_meters;
     STTConfigurationStore m_configStore;
     SessionHistoryStore m_historyStore;
     STTAPIClient m_apiClient;
@@ -694,14 +662,6 @@ private:
     QList<SavedSessionListItem> m_sessionHistory;
     QString m_selectedSessionHistoryId;
 
-    // Meters
-    qint64 m_audioFramesSent = 0;
-    double m_outgoingAudioLevel = 0.0;
-    double m_outgoingAudioPeak = 0.0;
-    std::optional<Timestamp> m_lastPartialReceivedAt;
-    std::optional<Timestamp> m_lastFinalReceivedAt;
-    std::optional<Timestamp> m_lastSessionMetaReceivedAt;
-
     // Support
     bool m_isAudioTestRunning = false;
     QString m_lastDiagnosticsFileName;
@@ -733,14 +693,7 @@ private:
 
     // Mixer queues and source counters
     MixerQueues m_mixerQueues;
-    qint64 m_micFramesSeen = 0;
-    qint64 m_systemFramesSeen = 0;
-    qint64 m_systemRawSamplesSeen = 0;
     qint64 m_rawWithoutPCMStreak = 0;
-    double m_micAudioLevel = 0.0;
-    double m_micAudioPeak = 0.0;
-    double m_systemAudioLevel = 0.0;
-    double m_systemAudioPeak = 0.0;
     /// The mode each source's frames were last wired for: mixed frames are queued for a partner.
     AudioInputMode m_microphoneRoute = AudioInputMode::microphone;
     AudioInputMode m_systemRoute = AudioInputMode::systemAudio;

@@ -51,7 +51,7 @@ void TranscriptionViewModel::installFrameHooks(AudioInputMode mode,
                 this,
                 [this, generation] {
                     if (generation == m_captureGeneration)
-                        ++m_systemRawSamplesSeen;
+                        m_meters.countSystemRawSample();
                 },
                 Qt::QueuedConnection);
         };
@@ -64,13 +64,9 @@ void TranscriptionViewModel::handleSourceFrame(FrameSource source, const QByteAr
         source == FrameSource::microphone ? m_microphoneRoute : m_systemRoute;
     const double level = estimatePCM16Level(frame);
     if (source == FrameSource::microphone) {
-        ++m_micFramesSeen;
-        m_micAudioLevel = level;
-        m_micAudioPeak = std::max(m_micAudioPeak, level);
+        m_meters.countMicrophoneFrame(level);
     } else {
-        ++m_systemFramesSeen;
-        m_systemAudioLevel = level;
-        m_systemAudioPeak = std::max(m_systemAudioPeak, level);
+        m_meters.countSystemAudioFrame(level);
     }
     if (mode != AudioInputMode::microphoneAndSystem) {
         handleOutgoingPCMFrame(frame, wsClient);
@@ -91,11 +87,9 @@ void TranscriptionViewModel::handleOutgoingPCMFrame(const QByteArray& frame,
     const double level = paused ? 0.0 : estimatePCM16Level(frame);
 
     m_lastLocalAudioAt = Timestamp::now();
-    setAudioFramesSent(m_audioFramesSent + 1);
-    setOutgoingAudioLevel(level);
-    setOutgoingAudioPeak(std::max(m_outgoingAudioPeak, level));
-    if (const auto status = statusTextAfterOutgoingFrame(m_audioFramesSent, level, isRecording(),
-                                                         isPaused(), !m_segments.isEmpty()))
+    m_meters.countOutgoingFrame(level);
+    if (const auto status = statusTextAfterOutgoingFrame(
+            m_meters.audioFramesSent(), level, isRecording(), isPaused(), !m_segments.isEmpty()))
         setStatusText(*status);
 }
 
@@ -118,7 +112,8 @@ void TranscriptionViewModel::trimMixedBacklogIfNeeded() {
                           .arg(trim.systemRemaining));
     }
     if (trim.micDropped > 0 || trim.systemDropped > 0)
-        Q_EMIT realtimeDiagnosticsChanged();
+        m_meters.setMixedLagDrops(m_mixerQueues.mixedLagDropMicChunks,
+                                  m_mixerQueues.mixedLagDropSystemChunks);
 }
 
 } // namespace vesnara

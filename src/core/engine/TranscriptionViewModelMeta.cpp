@@ -42,14 +42,12 @@ QCoro::Task<> TranscriptionViewModel::sessionMetaPollLoop(QString sessionId,
 }
 
 void TranscriptionViewModel::applySessionMeta(const SessionMetaResponse& meta) {
-    m_lastSessionMetaReceivedAt = Timestamp::now();
-    Q_EMIT lastSessionMetaReceivedAtChanged();
-    Q_EMIT realtimeDiagnosticsChanged();
-    const OutgoingAudioFigures figures = figuresAfterSessionMeta(
-        meta, {m_audioFramesSent, m_outgoingAudioLevel, m_outgoingAudioPeak});
-    setAudioFramesSent(figures.audioFramesSent);
-    setOutgoingAudioLevel(figures.outgoingAudioLevel);
-    setOutgoingAudioPeak(figures.outgoingAudioPeak);
+    m_meters.setLastSessionMetaReceivedAt(Timestamp::now());
+    const OutgoingAudioFigures figures =
+        figuresAfterSessionMeta(meta, {m_meters.audioFramesSent(), m_meters.outgoingAudioLevel(),
+                                       m_meters.outgoingAudioPeak()});
+    m_meters.setSentAudio(figures.audioFramesSent, figures.outgoingAudioLevel,
+                          figures.outgoingAudioPeak);
 
     LiveHintInputs inputs;
     inputs.mode = m_inputMode;
@@ -58,11 +56,11 @@ void TranscriptionViewModel::applySessionMeta(const SessionMetaResponse& meta) {
     inputs.allowSystemFallback = m_allowSystemFallback;
     inputs.hasStreamClient = !m_webSocketClient.isNull();
     inputs.hasAttemptedMixedMicrophoneRestart = m_hasAttemptedMixedMicrophoneRestart;
-    inputs.micFramesSeen = m_micFramesSeen;
-    inputs.systemFramesSeen = m_systemFramesSeen;
-    inputs.systemRawSamplesSeen = m_systemRawSamplesSeen;
-    inputs.micAudioPeak = m_micAudioPeak;
-    inputs.systemAudioPeak = m_systemAudioPeak;
+    inputs.micFramesSeen = m_meters.microphone().frames;
+    inputs.systemFramesSeen = m_meters.systemAudio().frames;
+    inputs.systemRawSamplesSeen = m_meters.systemRawSamples();
+    inputs.micAudioPeak = m_meters.microphone().peak;
+    inputs.systemAudioPeak = m_meters.systemAudio().peak;
     inputs.rawWithoutPCMStreak = m_rawWithoutPCMStreak;
     const LiveHintDecision decision = liveHintDecision(meta, inputs);
 
@@ -80,26 +78,26 @@ void TranscriptionViewModel::applySessionMeta(const SessionMetaResponse& meta) {
         if (decision.repair == LiveRepair::mixedMicrophoneRestart) {
             AppLog::write(
                 u"diag mixed mic missing frameCount=%1 systemFrames=%2 systemPeak=%3"_s.arg(frames)
-                    .arg(m_systemFramesSeen)
-                    .arg(m_systemAudioPeak));
+                    .arg(m_meters.systemAudio().frames)
+                    .arg(m_meters.systemAudio().peak));
         }
         break;
     case LiveHintRule::mixedSystemAudioMissing:
         AppLog::write(
             u"diag mixed system missing frameCount=%1 micFrames=%2 micPeak=%3"_s.arg(frames)
-                .arg(m_micFramesSeen)
-                .arg(m_micAudioPeak));
+                .arg(m_meters.microphone().frames)
+                .arg(m_meters.microphone().peak));
         break;
     case LiveHintRule::mixedMicrophoneQuiet:
         AppLog::write(u"diag mixed mic quiet frameCount=%1 micFrames=%2 micPeak=%3 systemPeak=%4"_s
                           .arg(frames)
-                          .arg(m_micFramesSeen)
-                          .arg(m_micAudioPeak)
-                          .arg(m_systemAudioPeak));
+                          .arg(m_meters.microphone().frames)
+                          .arg(m_meters.microphone().peak)
+                          .arg(m_meters.systemAudio().peak));
         break;
     case LiveHintRule::systemAudioWithoutPCM:
-        AppLog::write(u"diag raw>0 pcm=0 raw=%1 pcm=%2"_s.arg(m_systemRawSamplesSeen)
-                          .arg(m_systemFramesSeen));
+        AppLog::write(u"diag raw>0 pcm=0 raw=%1 pcm=%2"_s.arg(m_meters.systemRawSamples())
+                          .arg(m_meters.systemAudio().frames));
         break;
     case LiveHintRule::noSystemAudioFrames:
         AppLog::write(u"diag no system frames frameCount=%1"_s.arg(frames));

@@ -60,12 +60,9 @@ void TranscriptionViewModel::startRecording() {
     m_resumeRecordingTimeoutTask.cancelAndClear();
     m_resumeAttemptID = QUuid::createUuid();
 
-    setLastPartialReceivedAt(std::nullopt);
-    setLastFinalReceivedAt(std::nullopt);
-    if (m_lastSessionMetaReceivedAt) {
-        m_lastSessionMetaReceivedAt.reset();
-        Q_EMIT lastSessionMetaReceivedAtChanged();
-    }
+    m_meters.setLastPartialReceivedAt(std::nullopt);
+    m_meters.setLastFinalReceivedAt(std::nullopt);
+    m_meters.setLastSessionMetaReceivedAt(std::nullopt);
     m_startRecordingTimeoutTask.cancelAndClear();
     m_startAttemptID = QUuid::createUuid();
     const QUuid attemptID = m_startAttemptID;
@@ -262,6 +259,7 @@ void TranscriptionViewModel::deactivateLiveCapture() {
     m_mixerQueues.pendingSystemChunks.clear();
     m_mixerQueues.mixedLagDropMicChunks = 0;
     m_mixerQueues.mixedLagDropSystemChunks = 0;
+    m_meters.setMixedLagDrops(0, 0);
     ++m_captureGeneration;
     Q_EMIT sourceLabelsChanged();
 }

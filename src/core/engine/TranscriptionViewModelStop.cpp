@@ -115,7 +115,8 @@ QCoro::Task<> TranscriptionViewModel::finishStop(std::shared_ptr<RecordingRun> r
     if (run != m_run || m_runState != RecordingRunState::finishing)
         co_return;
 
-    const SentAudioFigures figures{m_audioFramesSent, m_outgoingAudioLevel, m_outgoingAudioPeak};
+    const SentAudioFigures figures{m_meters.audioFramesSent(), m_meters.outgoingAudioLevel(),
+                                   m_meters.outgoingAudioPeak()};
     const AudioInputMode mode = m_inputMode;
     autoExportAfterStopIfEnabled();
     resetRunFigures();
@@ -154,25 +155,15 @@ std::optional<QString> TranscriptionViewModel::saveFinishedSession(const SavedSe
 
 void TranscriptionViewModel::resetRunFigures() {
     setDiagnosticHint({});
-    setAudioFramesSent(0);
-    setOutgoingAudioLevel(0.0);
-    setOutgoingAudioPeak(0.0);
+    m_meters.reset();
     m_lastLocalAudioAt.reset();
     m_mixerQueues = MixerQueues{};
-    m_micFramesSeen = 0;
-    m_systemFramesSeen = 0;
-    m_micAudioLevel = 0.0;
-    m_micAudioPeak = 0.0;
-    m_systemAudioLevel = 0.0;
-    m_systemAudioPeak = 0.0;
-    m_systemRawSamplesSeen = 0;
     m_rawWithoutPCMStreak = 0;
     m_hasAttemptedSystemFallback = false;
     m_hasAttemptedMixedMicrophoneRestart = false;
     m_hasAttemptedMicrophoneDeviceFallback = false;
     m_hasAutoExportedFallbackDiagnostics = false;
     setFallbackNoticeVisible(false);
-    Q_EMIT realtimeDiagnosticsChanged();
 }
 
 void TranscriptionViewModel::linkPinsOnScreen() {

@@ -47,8 +47,8 @@ void TranscriptionViewModel::scheduleMicrophoneLivenessCheck(AudioInputMode mode
     if (mode == AudioInputMode::systemAudio)
         return;
     const CancellationToken token = m_microphoneLivenessTask.renew();
-    m_microphoneLivenessTask.hold(
-        microphoneLivenessCheck(mode, wsClient, reason, m_micFramesSeen, m_sessionId, token));
+    m_microphoneLivenessTask.hold(microphoneLivenessCheck(
+        mode, wsClient, reason, m_meters.microphone().frames, m_sessionId, token));
 }
 
 QCoro::Task<> TranscriptionViewModel::microphoneLivenessCheck(
@@ -59,7 +59,7 @@ QCoro::Task<> TranscriptionViewModel::microphoneLivenessCheck(
     if (!slept)
         co_return;
     if (!self || !wsClient || m_sessionId != sessionId || !isRecording() || isPaused() ||
-        m_inputMode != mode || m_micFramesSeen > baseline)
+        m_inputMode != mode || m_meters.microphone().frames > baseline)
         co_return;
     if (attemptStableMicrophoneFallback(u"mic-liveness-"_s + reason, mode, wsClient))
         co_return;
@@ -100,9 +100,7 @@ void TranscriptionViewModel::restartMicrophoneCapture(AudioInputMode mode,
     if (!isRecording() || mode == AudioInputMode::systemAudio)
         return;
     m_microphone.stop();
-    m_micFramesSeen = 0;
-    m_micAudioLevel = 0.0;
-    m_micAudioPeak = 0.0;
+    m_meters.resetMicrophone();
     m_hasAttemptedMixedMicrophoneRestart = false;
     m_microphoneLivenessTask.cancelAndClear();
     installFrameHooks(mode, wsClient);

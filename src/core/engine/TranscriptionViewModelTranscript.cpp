@@ -22,7 +22,7 @@ void TranscriptionViewModel::handleStreamEvent(const std::shared_ptr<RecordingRu
     const Timestamp now = Timestamp::now();
     if (const auto* partial = event.as<StreamEvent::Partial>()) {
         setInterimText(partial->text);
-        setLastPartialReceivedAt(now);
+        m_meters.setLastPartialReceivedAt(now);
         if (const auto status = statusTextAfterPartial(partial->text, isRecording(), isPaused()))
             setStatusText(*status);
         return;
@@ -30,7 +30,7 @@ void TranscriptionViewModel::handleStreamEvent(const std::shared_ptr<RecordingRu
     if (const auto* line = event.as<StreamEvent::Final>()) {
         addFinalLine(run, {line->text, line->timestamp, line->speakerLabel, DuplicateCheck::byKey});
         setInterimText({});
-        setLastFinalReceivedAt(now);
+        m_meters.setLastFinalReceivedAt(now);
         if (isRecording() && !isPaused())
             setListeningStatus(m_inputMode);
         return;
