@@ -117,8 +117,8 @@ void TstViewModelRecording::microphoneRecordingMergesStreamAndPollAndSaves() {
     QCOMPARE(saved->segments, vm.segments());
     QCOMPARE(saved->language, vm.language());
     QVERIFY(saved->createdAt <= saved->endedAt);
-    QCOMPARE(vm.sessionHistory().size(), 1);
-    QCOMPARE(vm.sessionHistory().first().id, id);
+    QCOMPARE(vm.history()->sessionHistory().size(), 1);
+    QCOMPARE(vm.history()->sessionHistory().first().id, id);
 
     QVERIFY2(containsInOrder(h.statuses, {UiText::statusConnecting,
                                           UiText::statusListeningTo(u"Sisäinen mikrofoni"_s),
@@ -155,7 +155,7 @@ void TstViewModelRecording::systemAudioSilenceEndsWithoutTranscriptAndTellsWhy()
     QVERIFY(!h.systemBackend.isCapturing());
     // Nothing to keep: no file for a session without lines or pins.
     QVERIFY(!SessionHistoryStore(h.historyDirectory.path()).load(id).has_value());
-    QVERIFY(vm.sessionHistory().isEmpty());
+    QVERIFY(vm.history()->sessionHistory().isEmpty());
 }
 
 void TstViewModelRecording::mixedModeSendsTheMixOfBothSources() {

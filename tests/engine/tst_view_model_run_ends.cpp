@@ -109,7 +109,7 @@ void TstViewModelRunEnds::theSessionIsSavedBeforeTheServerAnswersTheStop() {
     // Saved while the stop request still waits for its answer.
     QCOMPARE(vm.runState(), RecordingRunState::finishing);
     QCOMPARE(vm.status()->statusText(), UiText::statusStopping);
-    QCOMPARE(vm.sessionHistory().size(), 1);
+    QCOMPARE(vm.history()->sessionHistory().size(), 1);
     QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(), UiText::statusStopped, kEngineWaitMs);
     QVERIFY(h.session(id)->isStopped());
 }
@@ -147,8 +147,8 @@ void TstViewModelRunEnds::anIdThatCannotNameAFileIsSavedUnderADerivedName() {
     QVERIFY(saved.has_value());
     QCOMPARE(saved->id, unsafeId);
     QCOMPARE(textsOf(saved->segments), QStringList{u"Turvassa"_s});
-    QCOMPARE(vm.sessionHistory().size(), 1);
-    QCOMPARE(vm.sessionHistory().first().id, unsafeId);
+    QCOMPARE(vm.history()->sessionHistory().size(), 1);
+    QCOMPARE(vm.history()->sessionHistory().first().id, unsafeId);
 }
 
 void TstViewModelRunEnds::aStopDuringAPendingFallbackLeavesTheSourcesClosed() {

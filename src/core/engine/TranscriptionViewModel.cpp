@@ -31,8 +31,8 @@ TranscriptionViewModel::TranscriptionViewModel(Dependencies dependencies, QObjec
     , m_timing(dependencies.timing)
     , m_permissions(std::move(dependencies.permissionProbe), m_timing, m_status,
                     dependencies.desktopServices)
+    , m_history(dependencies.historyDirectory)
     , m_configStore(dependencies.preferences)
-    , m_historyStore(dependencies.historyDirectory)
     , m_apiClient(dependencies.transport, dependencies.timing)
     , m_microphone(dependencies.audioInputBackend)
     , m_systemAudio(dependencies.systemAudioBackend, dependencies.timing)
@@ -64,7 +64,6 @@ TranscriptionViewModel::TranscriptionViewModel(Dependencies dependencies, QObjec
     m_configStore.save(m_config);
 
     refreshInputDevices();
-    refreshSessionHistory();
 }
 
 TranscriptionViewModel::~TranscriptionViewModel() {
@@ -82,14 +81,6 @@ TranscriptionViewModel::~TranscriptionViewModel() {
         task->cancelAndClear();
     if (m_webSocketClient)
         m_webSocketClient->disconnect();
-}
-
-void TranscriptionViewModel::refreshSessionHistory() {
-    auto list = m_historyStore.list();
-    if (list == m_sessionHistory)
-        return;
-    m_sessionHistory = std::move(list);
-    Q_EMIT sessionHistoryChanged();
 }
 
 // Derived values

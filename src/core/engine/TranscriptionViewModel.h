@@ -14,6 +14,7 @@
 #include "engine/StoredTask.h"
 #include "engine/parts/PermissionPanel.h"
 #include "engine/parts/RecordingMeters.h"
+#include "engine/parts/SessionHistory.h"
 #include "engine/rules/MixerQueues.h"
 #include "engine/rules/RecordingRunState.h"
 #include "engine/rules/TranscriptMerge.h"
@@ -139,10 +140,7 @@ class TranscriptionViewModel final : public QObject {
     Q_PROPERTY(QString sessionId READ sessionId NOTIFY sessionIdChanged)
 
     // History
-    Q_PROPERTY(QList<vesnara::SavedSessionListItem> sessionHistory READ sessionHistory NOTIFY
-                   sessionHistoryChanged)
-    Q_PROPERTY(QString selectedSessionHistoryId READ selectedSessionHistoryId NOTIFY
-                   selectedSessionHistoryIdChanged)
+    Q_PROPERTY(vesnara::SessionHistory* history READ history CONSTANT)
 
     // Support
     Q_PROPERTY(bool isAudioTestRunning READ isAudioTestRunning NOTIFY isAudioTestRunningChanged)
@@ -282,8 +280,7 @@ public:
     const QString& sessionId() const { return m_sessionId; }
 
     // History
-    const QList<SavedSessionListItem>& sessionHistory() const { return m_sessionHistory; }
-    const QString& selectedSessionHistoryId() const { return m_selectedSessionHistoryId; }
+    SessionHistory* history() { return &m_history; }
 
     // Support
     bool isAudioTestRunning() const { return m_isAudioTestRunning; }
@@ -370,10 +367,6 @@ public:
     /// The application filter (trimmed; blank means all); takes effect at the next start.
     Q_INVOKABLE void setPreferredSystemApplication(const QString& bundleID);
 
-    // History
-    /// Lists the saved sessions again, newest first.
-    Q_INVOKABLE void refreshSessionHistory();
-
     // Support
     /// Listens to the sources of `inputMode` for `Timing::audioTestDuration` without a server,
     /// then gives a verdict in the status and the figures with advice in the hint. Refused while
@@ -414,8 +407,6 @@ Q_SIGNALS:
     void selectedPinIdChanged();
     void highlightedPinIdChanged();
     void sessionIdChanged();
-    void sessionHistoryChanged();
-    void selectedSessionHistoryIdChanged();
     void isAudioTestRunningChanged();
     void lastDiagnosticsFileNameChanged();
     void memoAIBackendStatusChanged();
@@ -511,10 +502,6 @@ private:
                              QPointer<WebSocketStreamClient> wsClient, Timestamp endedAt,
                              QList<TranscriptSegment> segmentsAtStop, QString language,
                              QString sttModel, STTConfiguration config, STTAPIClient apiClient);
-    /// Saves the session under its id, or under a safe name derived from an id that cannot name
-    /// a file. Returns what the user must be told: the file's name when it had to derive one, or
-    /// that the save failed (which is logged).
-    std::optional<QString> saveFinishedSession(const SavedSession& session);
     void resetRunFigures();
     /// Links the pins on screen to their nearest lines.
     void linkPinsOnScreen();
@@ -613,8 +600,8 @@ private:
     StatusLine m_status;
     PermissionPanel m_permissions;
     RecordingMeters m_meters;
+    SessionHistory m_history;
     STTConfigurationStore m_configStore;
-    SessionHistoryStore m_historyStore;
     STTAPIClient m_apiClient;
     MicrophoneCapture m_microphone;
     SystemAudioCapture m_systemAudio;
@@ -659,8 +646,6 @@ private:
     QString m_sessionId;
 
     // History
-    QList<SavedSessionListItem> m_sessionHistory;
-    QString m_selectedSessionHistoryId;
 
     // Support
     bool m_isAudioTestRunning = false;

@@ -103,7 +103,7 @@ QCoro::Task<> TranscriptionViewModel::finishStop(std::shared_ptr<RecordingRun> r
     }
     std::optional<QString> saveNotice;
     if (!sessionId.isEmpty() && (!segments.isEmpty() || !pins.isEmpty()))
-        saveNotice = saveFinishedSession(
+        saveNotice = m_history.saveFinishedSession(
             {sessionId, run->startedAt, endedAt, language, sttModel, segments, pins});
 
     if (!sessionId.isEmpty()) {
@@ -135,22 +135,6 @@ QCoro::Task<> TranscriptionViewModel::finishStop(std::shared_ptr<RecordingRun> r
     }
     if (saveNotice)
         setDiagnosticHint(*saveNotice);
-}
-
-std::optional<QString> TranscriptionViewModel::saveFinishedSession(const SavedSession& session) {
-    const QString fileId = SessionHistoryStore::fileIdFor(session.id);
-    try {
-        m_historyStore.save(session, fileId);
-    } catch (const SessionHistoryError& error) {
-        AppLog::write(u"session save failed session=%1 error=%2"_s.arg(
-            session.id, QString::fromStdString(error.what())));
-        return UiText::hintSessionSaveFailed;
-    }
-    refreshSessionHistory();
-    if (fileId == session.id)
-        return std::nullopt;
-    AppLog::write(u"session saved under derived name session=%1 file=%2"_s.arg(session.id, fileId));
-    return UiText::hintSessionSavedUnderName(fileId + u".json"_s);
 }
 
 void TranscriptionViewModel::resetRunFigures() {

@@ -33,6 +33,8 @@ target_sources(vesnara_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/parts/PermissionPanel.h
     ${CMAKE_CURRENT_LIST_DIR}/parts/RecordingMeters.cpp
     ${CMAKE_CURRENT_LIST_DIR}/parts/RecordingMeters.h
+    ${CMAKE_CURRENT_LIST_DIR}/parts/SessionHistory.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/parts/SessionHistory.h
     ${CMAKE_CURRENT_LIST_DIR}/StatusLine.cpp
     ${CMAKE_CURRENT_LIST_DIR}/StatusLine.h
     ${CMAKE_CURRENT_LIST_DIR}/StoredTask.cpp

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "model/SavedSession.h"
+#include "storage/SessionHistoryStore.h"
+
+#include <QList>
+#include <QObject>
+
+#include <optional>
+
+namespace vesnara {
+
+/// The sessions kept on this machine: the list the history shows, newest first, and the saving
+/// of a finished recording into it.
+class SessionHistory final : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QList<vesnara::SavedSessionListItem> sessionHistory READ sessionHistory NOTIFY
+                   sessionHistoryChanged)
+    Q_PROPERTY(QString selectedSessionHistoryId READ selectedSessionHistoryId NOTIFY
+                   selectedSessionHistoryIdChanged)
+
+public:
+    /// Lists the sessions of `directory` (nothing: the default one) at once.
+    explicit SessionHistory(std::optional<QString> directory, QObject* parent = nullptr);
+
+    const QList<SavedSessionListItem>& sessionHistory() const { return m_sessionHistory; }
+    const QString& selectedSessionHistoryId() const { return m_selectedSessionHistoryId; }
+    const SessionHistoryStore& store() const { return m_store; }
+
+    /// Lists the saved sessions again, newest first.
+    Q_INVOKABLE void refreshSessionHistory();
+
+    /// Saves a finished session under its id, or under a safe name derived from an id that
+    /// cannot name a file here, and lists again. Returns what the user must be told: the file's
+    /// name when it had to derive one, or that the save failed (which is logged).
+    std::optional<QString> saveFinishedSession(const SavedSession& session);
+
+Q_SIGNALS:
+    void sessionHistoryChanged();
+    void selectedSessionHistoryIdChanged();
+
+private:
+    SessionHistoryStore m_store;
+    QList<SavedSessionListItem> m_sessionHistory;
+    QString m_selectedSessionHistoryId;
+};
+
+} // namespace vesnara
