@@ -16,6 +16,7 @@
 #include <QStringList>
 #include <QUrl>
 #include <QVariant>
+#include <QVariantMap>
 
 #include <functional>
 #include <optional>
@@ -147,6 +148,27 @@ public:
     QCoro::Task<> adminDeleteUser(qint64 userID, QString adminKey);
     QCoro::Task<> adminResetPassword(qint64 userID, QString password, QString adminKey);
 
+    // Commands for the screens (AuthManagerCommands.cpp): each starts the task above and reports
+    // through its signal, since QML cannot await a task. `adminRequestFinished` carries the
+    // action's name and an error text, empty on success.
+    Q_INVOKABLE void startBootstrap();
+    Q_INVOKABLE void startLogin(const QString& email, const QString& password,
+                                bool rememberSession);
+    Q_INVOKABLE void startPasswordReset(const QString& email);
+    Q_INVOKABLE void startPasswordChange(const QString& currentPassword,
+                                         const QString& newPassword);
+    Q_INVOKABLE void startAdminListUsers(const QString& adminKey);
+    Q_INVOKABLE void startAdminCreateUser(const QString& email, const QString& password,
+                                          const QString& role, const QString& adminKey);
+    Q_INVOKABLE void startAdminSetUserRole(qint64 userID, const QString& role,
+                                           const QString& adminKey);
+    Q_INVOKABLE void startAdminSetUserEnabled(qint64 userID, bool enabled, const QString& adminKey);
+    Q_INVOKABLE void startAdminDeleteUser(qint64 userID, const QString& adminKey);
+    Q_INVOKABLE void startAdminResetPassword(qint64 userID, const QString& password,
+                                             const QString& adminKey);
+    /// One listed user as the screens read it.
+    static QVariantMap toVariantMap(const AuthAdminUser& user);
+
     // Rules (AuthManager.cpp)
     /// Trimmed, with every trailing "/" removed; nothing when that leaves no text or no URL.
     /// The scheme is not checked.
@@ -179,6 +201,13 @@ Q_SIGNALS:
     void errorMessageChanged();
     void authURLChanged();
     void rememberSessionChanged();
+    void bootstrapFinished();
+    void loginFinished(bool succeeded);
+    void passwordResetFinished(const QString& message);
+    void passwordChangeFinished(const QString& message);
+    /// Each user as `toVariantMap` gives it; `error` is empty on success.
+    void adminUsersListed(const QVariantList& users, const QString& error);
+    void adminRequestFinished(const QString& action, const QString& error);
 
 private:
     // Setters that notify only on a real change.

@@ -9,6 +9,7 @@ target_sources(vesnara_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/AuthManager.cpp
     ${CMAKE_CURRENT_LIST_DIR}/AuthManager.h
     ${CMAKE_CURRENT_LIST_DIR}/AuthManagerAdmin.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/AuthManagerCommands.cpp
     ${CMAKE_CURRENT_LIST_DIR}/AuthManagerPasswords.cpp
     ${CMAKE_CURRENT_LIST_DIR}/AuthManagerSession.cpp
     ${CMAKE_CURRENT_LIST_DIR}/AuthMessageResponse.cpp
