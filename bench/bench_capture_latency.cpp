@@ -1,6 +1,7 @@
 // Latency of the microphone path: from a sample played into the rig's virtual microphone to
 // its 3200-byte frame arriving on the main thread. Measured against the audio rig's daemon;
 // without PULSE_SERVER it starts a private rig of its own, and skips when none can start.
+#include "BenchAudioRig.h"
 #include "PulseAudioInputBackend.h"
 #include "PulseContext.h"
 #include "audio/MicrophoneCapture.h"
@@ -34,41 +35,6 @@ constexpr int kRate = 48000;
 constexpr int kPulses = 30;
 constexpr auto kPulseSpacing = std::chrono::milliseconds(350);
 constexpr qsizetype kPulseSamples = 480; // 10 ms
-
-/// A private rig for this run when none is configured; stopped when the bench ends.
-class OwnRig {
-public:
-    OwnRig() {
-        if (!qEnvironmentVariableIsEmpty("PULSE_SERVER"))
-            return;
-        m_dirPath = m_dir.filePath(u"rig"_s);
-        QProcess rig;
-        rig.start(QStringLiteral(VESNARA_AUDIO_RIG_SCRIPT), {u"start"_s, u"--dir"_s, m_dirPath});
-        if (!rig.waitForFinished(30000) || rig.exitCode() != 0)
-            return;
-        for (const auto& line : rig.readAllStandardOutput().split('\n')) {
-            if (!line.startsWith("export "))
-                continue;
-            const auto assignment = line.mid(7).trimmed();
-            const auto eq = assignment.indexOf('=');
-            if (eq > 0)
-                qputenv(assignment.left(eq).constData(), assignment.mid(eq + 1));
-        }
-        m_started = true;
-    }
-    ~OwnRig() {
-        if (!m_started)
-            return;
-        QProcess rig;
-        rig.start(QStringLiteral(VESNARA_AUDIO_RIG_SCRIPT), {u"stop"_s, m_dirPath});
-        rig.waitForFinished(30000);
-    }
-
-private:
-    QTemporaryDir m_dir;
-    QString m_dirPath;
-    bool m_started = false;
-};
 
 bool hasLoudSample(const QByteArray& frame) {
     for (qsizetype i = 0; i + 1 < frame.size(); i += 2)
@@ -236,7 +202,7 @@ BENCHMARK(BM_MicrophoneCaptureLatency)
 
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
-    OwnRig rig;
+    bench::OwnRig rig;
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
