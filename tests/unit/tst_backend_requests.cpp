@@ -91,9 +91,12 @@ private Q_SLOTS:
         QTest::newRow("climbing id")
             << u"../../health"_s << "http://h/v1/sessions/..%2F..%2Fhealth/stop"_ba;
         QTest::newRow("query and fragment marks")
-            << u"a b?c=d#e%"_s << "http://h/v1/sessions/a%20b%3Fc%3Dd%23e%25/stop"_ba;
+            << u"a b?c=d#e%"_s << "http://h/v1/sessions/a%20b%3Fc=d%23e%25/stop"_ba;
         QTest::newRow("non-ASCII")
             << u"istunto-ä"_s << "http://h/v1/sessions/istunto-%C3%A4/stop"_ba;
+        // A segment's own characters stay as they are, unlike in a query value.
+        QTest::newRow("sub-delimiters, colon and at")
+            << u"a+b=c&d:e@f!"_s << "http://h/v1/sessions/a+b=c&d:e@f!/stop"_ba;
     }
     void sessionIdsStayOneSegment() {
         QFETCH(QString, sessionId);

@@ -39,8 +39,10 @@ QNetworkReply* start(QNetworkAccessManager& manager, const HttpRequest& request)
             return manager.get(networkRequest);
         if (request.method == "DELETE")
             return manager.deleteResource(networkRequest);
-        // A custom verb with no data sends no body and no Content-Length; a plain post would
-        // add both (and a form Content-Type when none is set).
+        // A custom verb sends no body and no form Content-Type, which a plain post would add.
+        // It would send no Content-Length either, and HTTP/1.1 front ends may answer 411 to a
+        // body-less POST without one.
+        networkRequest.setRawHeader("Content-Length", "0");
         return manager.sendCustomRequest(networkRequest, request.method);
     }
     if (request.method == "POST")

@@ -57,12 +57,18 @@ QString queryValue(const QString& value) {
     return QString::fromLatin1(QUrl::toPercentEncoding(value));
 }
 
+/// One path segment: everything but its own characters (unreserved, sub-delimiters, ':' and '@')
+/// percent-encoded, so '/', '?', '#', '%', spaces and non-ASCII never change the path's shape.
+QString pathSegment(const QString& value) {
+    return QString::fromLatin1(QUrl::toPercentEncoding(value, "!$&'()*+,;=:@"));
+}
+
 } // namespace
 
 QString sessionPath(const QString& sessionId, SessionResource resource) {
     if (sessionId.isEmpty() || sessionId == u"."_s || sessionId == u".."_s)
         throw APIClientError::invalidResponse();
-    const QString base = kSessionsPath + u'/' + queryValue(sessionId);
+    const QString base = kSessionsPath + u'/' + pathSegment(sessionId);
     switch (resource) {
     case SessionResource::Meta:
         return base;
