@@ -37,15 +37,15 @@ private Q_SLOTS:
 
         WebSocketStreamClient stream;
         QList<StreamEvent> events;
-        stream.connect(created.value->wsUrl, u"fi-FI"_s, u"chirp_3"_s,
-                       [&events](const StreamEvent& event) { events.append(event); });
+        stream.open(created.value->wsUrl, u"fi-FI"_s, u"chirp_3"_s,
+                    [&events](const StreamEvent& event) { events.append(event); });
         QTRY_VERIFY_WITH_TIMEOUT(!events.isEmpty(), 10'000);            // "listening"
         const QByteArray pcm = test::sineTonePcm16(1000.0, 0.5, 32000); // 2 s
         for (qsizetype offset = 0; offset < pcm.size(); offset += 3200)
             stream.sendAudio(pcm.mid(offset, 3200));
         stream.sendStop();
         QTRY_COMPARE_WITH_TIMEOUT(server->session(id)->audioFrameCount, 20, 10'000);
-        stream.disconnect();
+        stream.close();
 
         const auto meta = awaitTask(api.getSessionMeta(config, id));
         QVERIFY(meta.value);

@@ -78,7 +78,8 @@ struct StreamBench {
     EventLog log;
     WebSocketStreamClient client{kTiming};
 
-    bool start() {
+    /// `rewrite` turns the stream address the server gave into the one the client is given.
+    bool start(const std::function<QString(QString)>& rewrite = {}) {
         if (!fixture.isListening())
             return false;
         const STTConfiguration config = fixture.config();
@@ -93,8 +94,8 @@ struct StreamBench {
         id = created.value(u"sessionId"_s).toString();
         if (id.isEmpty())
             return false;
-        client.connect(created.value(u"wsUrl"_s).toString(), u"fi-FI"_s, u"chirp_3"_s,
-                       log.handler());
+        const QString address = created.value(u"wsUrl"_s).toString();
+        client.open(rewrite ? rewrite(address) : address, u"fi-FI"_s, u"chirp_3"_s, log.handler());
         return client.isActive();
     }
     refbackend::RefBackend& backend() { return fixture.backend(); }
@@ -117,15 +118,15 @@ private Q_SLOTS:
         QTest::addColumn<QString>("address");
         QTest::newRow("empty") << QString();
         QTest::newRow("not a URL") << u"ei osoite"_s;
-        QTest::newRow("http") << u"http://127.0.0.1:8787/v1/sessions/a/stream"_s;
+        QTest::newRow("another scheme") << u"ftp://127.0.0.1:8787/v1/sessions/a/stream"_s;
         QTest::newRow("no host") << u"ws:///v1/sessions/a/stream"_s;
     }
     void refusesAnAddressThatIsNotAStreamURL() {
         QFETCH(QString, address);
         WebSocketStreamClient client(kTiming);
         try {
-            client.connect(address, u"fi-FI"_s, u"chirp_3"_s, [](const StreamEvent&) {});
-            QFAIL("connect accepted the address");
+            client.open(address, u"fi-FI"_s, u"chirp_3"_s, [](const StreamEvent&) {});
+            QFAIL("open accepted the address");
         } catch (const APIClientError& error) {
             QCOMPARE(error.kind(), APIClientError::Kind::InvalidBaseURL);
         }
@@ -392,24 +393,51 @@ private Q_SLOTS:
 
         // A bad address for a running client changes nothing: the stop goes on the same stream.
         QVERIFY_THROWS_EXCEPTION(APIClientError,
-                                 bench.client.connect(u"http://127.0.0.1/"_s, u"fi-FI"_s,
-                                                      u"chirp_3"_s, bench.log.handler()));
+                                 bench.client.open(u"ftp://127.0.0.1/"_s, u"fi-FI"_s, u"chirp_3"_s,
+                                                   bench.log.handler()));
         QVERIFY(bench.client.isActive());
         bench.client.sendStop();
         QTRY_COMPARE_WITH_TIMEOUT(bench.received().size(), 2, kTimeout);
         QCOMPARE(bench.received().last().connection, 1);
         QCOMPARE(jsonOf(bench.received().last()), (QJsonObject{{u"type"_s, u"stop"_s}}));
 
-        // An event already on its way when the client disconnects is not delivered.
+        // What the server sends after the close never reaches the handler.
         bench.backend().sendStreamEvent(bench.id,
                                         {{u"type"_s, u"partial"_s}, {u"text"_s, u"myöhä"_s}});
-        bench.client.disconnect();
+        bench.client.close();
         QVERIFY(!bench.client.isActive());
         bench.client.sendAudio(frame(1));
         bench.client.sendStop();
         QTRY_COMPARE_WITH_TIMEOUT(closed.size(), 1, kTimeout);
         QCOMPARE(bench.received().size(), 2);
         QCOMPARE(bench.log.events.size(), 1);
+    }
+
+    void anHttpAddressMeansTheWebSocketOnTheSameHost() {
+        StreamBench bench;
+        QSignalSpy opened(&bench.backend(), &refbackend::RefBackend::streamOpened);
+        QVERIFY(
+            bench.start([](QString address) { return address.replace(u"ws://"_s, u"http://"_s); }));
+        QTRY_COMPARE_WITH_TIMEOUT(opened.size(), 1, kTimeout);
+        QTRY_VERIFY_WITH_TIMEOUT(!bench.received().isEmpty(), kTimeout);
+        QCOMPARE(jsonOf(bench.received().first()).value(u"type"_s), u"start"_s);
+    }
+
+    void anOversizedMessageIsAProtocolErrorThatReconnects() {
+        StreamBench bench;
+        QSignalSpy opened(&bench.backend(), &refbackend::RefBackend::streamOpened);
+        QVERIFY(bench.start());
+        QTRY_COMPARE_WITH_TIMEOUT(opened.size(), 1, kTimeout);
+        const QString huge(WebSocketStreamClient::maxIncomingMessageBytes, u'a');
+        bench.backend().sendStreamEvent(bench.id, {{u"type"_s, u"partial"_s}, {u"text"_s, huge}});
+        QTRY_COMPARE_WITH_TIMEOUT(bench.log.countOf(kReconnecting), 1, kTimeout);
+        QTRY_COMPARE_WITH_TIMEOUT(opened.size(), 2, kTimeout);
+        QCOMPARE(bench.log.countOf<StreamEvent::Partial>(), 0);
+
+        // Within the limit a message goes through on the new connection.
+        bench.backend().sendStreamEvent(bench.id,
+                                        {{u"type"_s, u"partial"_s}, {u"text"_s, u"hei"_s}});
+        QTRY_COMPARE_WITH_TIMEOUT(bench.log.countOf<StreamEvent::Partial>(), 1, kTimeout);
     }
 
     void disconnectDuringBackOffCancelsTheReconnect() {
@@ -420,7 +448,7 @@ private Q_SLOTS:
 
         bench.backend().closeStreams(bench.id);
         QTRY_COMPARE_WITH_TIMEOUT(bench.log.countOf(kReconnecting), 1, kTimeout);
-        bench.client.disconnect();
+        bench.client.close();
         // Ten times the delay that was armed: no new connection, no event.
         const auto nothingMore = [&] { return opened.size() > 1 || bench.log.events.size() > 2; };
         QVERIFY(!QTest::qWaitFor(nothingMore,

@@ -2,7 +2,6 @@
 
 #include "backend/APIClientError.h"
 #include "backend/HttpTransport.h"
-#include "storage/AppLog.h"
 #include "text/UiText.h"
 
 #include <QJsonDocument>
@@ -22,9 +21,15 @@ namespace {
 constexpr int kSampleRate = 16000;
 
 std::optional<QUrl> parseStreamURL(const QString& text) {
-    const QUrl url(text, QUrl::StrictMode);
+    QUrl url(text, QUrl::StrictMode);
     if (!url.isValid() || url.host().isEmpty())
         return std::nullopt;
+    // A server that names its stream by the HTTP address it is reached by means the WebSocket
+    // on it, with the same security.
+    if (url.scheme() == u"http"_s)
+        url.setScheme(u"ws"_s);
+    else if (url.scheme() == u"https"_s)
+        url.setScheme(u"wss"_s);
     if (url.scheme() != u"ws"_s && url.scheme() != u"wss"_s)
         return std::nullopt;
     return url;
@@ -84,8 +89,8 @@ WebSocketStreamClient::~WebSocketStreamClient() {
     }
 }
 
-void WebSocketStreamClient::connect(const QString& wsURL, const QString& language,
-                                    const QString& sttModel, EventHandler onEvent) {
+void WebSocketStreamClient::open(const QString& wsURL, const QString& language,
+                                 const QString& sttModel, EventHandler onEvent) {
     const auto url = parseStreamURL(wsURL);
     if (!url)
         throw APIClientError::invalidBaseURL();
@@ -139,11 +144,10 @@ void WebSocketStreamClient::sendStop() {
     send(OutgoingMessage{false, compactJson(QJsonObject{{u"type"_s, u"stop"_s}})}, false);
 }
 
-void WebSocketStreamClient::disconnect() {
+void WebSocketStreamClient::close() {
     m_isRunning = false;
     m_isReconnecting = false;
     m_reconnectTimer.stop();
-    ++m_generation;
     closeSocket();
     m_startPayloadText.clear();
     m_startConfirmed = false;
@@ -158,6 +162,8 @@ void WebSocketStreamClient::disconnect() {
 
 void WebSocketStreamClient::openSocket(const QUrl& url) {
     auto* socket = new QWebSocket(QString(), QWebSocketProtocol::VersionLatest, this);
+    socket->setMaxAllowedIncomingMessageSize(maxIncomingMessageBytes);
+    socket->setMaxAllowedIncomingFrameSize(maxIncomingMessageBytes);
     m_socket = socket;
     m_socketFailed = false;
     m_startHeld = false;
@@ -298,8 +304,6 @@ void WebSocketStreamClient::handleSocketFailure(QWebSocket* socket) {
     m_socketFailed = true;
     m_startHeld = false;
     m_heldMessages.clear();
-    AppLog::write(u"stream socket failure code=%1 desc=%2"_s.arg(int(socket->error()))
-                      .arg(socket->errorString()));
     handleReceiveFailure(socketFailureDescription(*socket));
 }
 
@@ -352,15 +356,14 @@ void WebSocketStreamClient::reconnect() {
 void WebSocketStreamClient::emitEvent(StreamEvent event) {
     if (!m_isRunning || !m_onEvent)
         return;
-    // Delivered from the event loop, so the handler may disconnect or destroy the client; the
-    // generation drops what a disconnect or a new connect overtook.
+    // Delivered from the event loop, so the handler may close or destroy the client. The handler
+    // travels with the event, so a close after posting does not lose it; the generation drops
+    // what a new open overtook.
     QMetaObject::invokeMethod(
         this,
-        [this, event = std::move(event), generation = m_generation] {
-            if (generation != m_generation || !m_isRunning || !m_onEvent)
-                return;
-            const EventHandler handler = m_onEvent; // survives a disconnect inside the call
-            handler(event);
+        [this, event = std::move(event), handler = m_onEvent, generation = m_generation] {
+            if (generation == m_generation)
+                handler(event);
         },
         Qt::QueuedConnection);
 }

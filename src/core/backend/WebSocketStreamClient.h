@@ -20,7 +20,7 @@ namespace vesnara {
 /// Carries one recording's audio to the speech backend over a WebSocket and brings its
 /// transcript and status events back.
 ///
-/// One client serves one stream address from `connect` to `disconnect`. It survives a bad
+/// One client serves one stream address from `open` to `close`. It survives a bad
 /// network by itself: it reconnects with a bounded back-off, repeats the start message until the
 /// server has shown that it heard it, and sends audio as base64 JSON once 50 binary frames have
 /// drawn no transcript. It knows nothing of sessions or audio sources and writes nothing to the
@@ -28,8 +28,9 @@ namespace vesnara {
 ///
 /// The client lives on the thread that created it (the main thread) and calls the handler there,
 /// always from the event loop, never from inside one of its own methods, so the handler may call
-/// any method of the client, or destroy it. No event reaches the handler after `disconnect` or
-/// after the client is destroyed.
+/// any method of the client, or destroy it. An event already on its way when `close` is called
+/// still arrives (a last line is not lost at a stop); none that a later `open` overtook does, and
+/// none arrives once the client is destroyed.
 class WebSocketStreamClient final : public QObject {
     Q_OBJECT
 
@@ -39,7 +40,7 @@ public:
     /// Reconnects since the server last spoke after which the client gives up.
     static constexpr int maxReconnectAttempts = 8;
     /// The audio frame at which the client changes to base64 JSON when no "partial" or "final"
-    /// has arrived since `connect`; that frame already goes the new way.
+    /// has arrived since `open`; that frame already goes the new way.
     static constexpr int base64SwitchFrame = 50;
     /// Messages held while a connection's handshake is under way (Qt drops messages sent before
     /// it completes). Later ones of that wait are dropped, as frames with no connection are.
@@ -49,16 +50,21 @@ public:
     explicit WebSocketStreamClient(Timing timing = {}, QObject* parent = nullptr);
     ~WebSocketStreamClient() override;
 
-    /// Opens the stream at `wsURL` (a ws:// or wss:// address, taken as it stands, with no extra
-    /// headers) and sends the start message for `language` and `sttModel` first on it. Throws
-    /// `APIClientError::invalidBaseURL()` for an address that is not a ws or wss URL; nothing
-    /// has changed then. Called on a running client it starts over.
-    void connect(const QString& wsURL, const QString& language, const QString& sttModel,
-                 EventHandler onEvent);
+    /// The largest message taken from the server; a larger one ends the connection as a protocol
+    /// error, which reconnects like any lost connection.
+    static constexpr qint64 maxIncomingMessageBytes = 256 * 1024;
 
-    /// True from `connect` to `disconnect`, also while reconnecting and after giving up.
+    /// Opens the stream at `wsURL` and sends the start message for `language` and `sttModel`
+    /// first on it. A ws:// or wss:// address is taken as it stands, with no extra headers; an
+    /// http:// or https:// one means the same host and path over ws:// or wss://. Throws
+    /// `APIClientError::invalidBaseURL()` for an address that does not parse as such a URL;
+    /// nothing has changed then. Called on a running client it starts over.
+    void open(const QString& wsURL, const QString& language, const QString& sttModel,
+              EventHandler onEvent);
+
+    /// True from `open` to `close`, also while reconnecting and after giving up.
     bool isActive() const { return m_isRunning; }
-    /// How audio goes on the wire now. Starts as binary at `connect` and changes at most once.
+    /// How audio goes on the wire now. Starts as binary at `open` and changes at most once.
     AudioTransportMode audioTransportMode() const { return m_audioTransportMode; }
 
     /// Sends one frame of audio (its bytes are opaque here). Repeats the start message first,
@@ -68,8 +74,9 @@ public:
     /// Sends {"type":"stop"} on the current connection if there is one (after the start message
     /// if its handshake is under way); nothing more.
     void sendStop();
-    /// Closes the stream (close code 1001) and forgets everything; no event follows.
-    void disconnect();
+    /// Closes the stream (close code 1001) and forgets everything; no new event follows, while
+    /// those already on their way still arrive.
+    void close();
 
 private:
     struct OutgoingMessage {
@@ -112,7 +119,7 @@ private:
     bool m_startHeld = false;
     QList<OutgoingMessage> m_heldMessages;
     EventHandler m_onEvent;
-    /// Counts every `connect` and `disconnect`; an event posted under another value is dropped.
+    /// Counts every `open`; an event posted under another value is dropped.
     quint64 m_generation = 0;
     QString m_wsURLString;
     QString m_language;

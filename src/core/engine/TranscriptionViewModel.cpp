@@ -80,7 +80,7 @@ TranscriptionViewModel::~TranscriptionViewModel() {
           &m_resumeRecordingTimeoutTask, &m_pinHighlightTask})
         task->cancelAndClear();
     if (m_webSocketClient)
-        m_webSocketClient->disconnect();
+        m_webSocketClient->close();
 }
 
 // Derived values

@@ -139,7 +139,7 @@ QCoro::Task<> TranscriptionViewModel::runStartAttempt(std::shared_ptr<RecordingR
         wsURL = u"wss://"_s + wsURL.mid(5);
     QPointer<WebSocketStreamClient> client = new WebSocketStreamClient(m_timing, this);
     try {
-        client->connect(wsURL, language, sttModel, [self, run](const StreamEvent& event) {
+        client->open(wsURL, language, sttModel, [self, run](const StreamEvent& event) {
             // The client calls from the event loop, never from inside its own methods.
             if (self)
                 self->handleStreamEvent(run, event);
@@ -309,7 +309,7 @@ void TranscriptionViewModel::releaseStreamClient() {
 void TranscriptionViewModel::disposeStreamClient(WebSocketStreamClient* client) {
     if (!client)
         return;
-    client->disconnect();
+    client->close();
     // Not deleted at once: the client may be the one whose event is being handled.
     client->deleteLater();
 }

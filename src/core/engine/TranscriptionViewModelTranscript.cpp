@@ -13,7 +13,9 @@ namespace vesnara {
 
 void TranscriptionViewModel::handleStreamEvent(const std::shared_ptr<RecordingRun>& run,
                                                const StreamEvent& event) {
-    if (run != m_run) {
+    // A stream keeps delivering what was on its way when it was closed: a run that has left the
+    // screen, or ended without finishing, keeps only its final lines.
+    if (run != m_run || m_runState == RecordingRunState::idle) {
         if (const auto* line = event.as<StreamEvent::Final>())
             addFinalLine(run,
                          {line->text, line->timestamp, line->speakerLabel, DuplicateCheck::byKey});
