@@ -140,18 +140,20 @@ private Q_SLOTS:
             QCOMPARE(transcript.segments.last().timestamp, at(120.0));
     }
 
-    void polledTimeIsReadWithoutFractions_data() {
+    void polledTimeIsTheServers_data() {
         QTest::addColumn<std::optional<QString>>("ts");
         QTest::addColumn<double>("expectedOffset");
         QTest::addColumn<DuplicateCheck>("expectedCheck");
         using Ts = std::optional<QString>;
         QTest::newRow("internet date-time") << Ts(kTenIso) << 0.0 << DuplicateCheck::byKey;
-        QTest::newRow("fraction is not read")
-            << Ts(u"2026-03-04T10:00:00.250Z"_s) << 99.0 << DuplicateCheck::byKeyOrText;
+        QTest::newRow("with a fraction")
+            << Ts(u"2026-03-04T10:00:00.250Z"_s) << 0.25 << DuplicateCheck::byKey;
+        QTest::newRow("with an offset")
+            << Ts(u"2026-03-04T12:00:00+02:00"_s) << 0.0 << DuplicateCheck::byKey;
         QTest::newRow("absent") << Ts() << 99.0 << DuplicateCheck::byKeyOrText;
         QTest::newRow("not a date") << Ts(u"eilen"_s) << 99.0 << DuplicateCheck::byKeyOrText;
     }
-    void polledTimeIsReadWithoutFractions() {
+    void polledTimeIsTheServers() {
         QFETCH(std::optional<QString>, ts);
         QFETCH(double, expectedOffset);
         QFETCH(DuplicateCheck, expectedCheck);

@@ -36,9 +36,7 @@ std::optional<StreamEvent> StreamEvent::fromServerMessage(const QString& text,
         return StreamEvent{Partial{optionalText(message, u"text"_s).value_or(QString())}};
     if (*type == u"final"_s) {
         const auto ts = optionalText(message, u"ts"_s);
-        const auto timestamp =
-            ts ? Timestamp::parseIso8601(*ts, Timestamp::FractionalSeconds::notAllowed)
-               : std::nullopt;
+        const auto timestamp = ts ? Timestamp::parseIso8601(*ts) : std::nullopt;
         return StreamEvent{Final{optionalText(message, u"text"_s).value_or(QString()),
                                  timestamp.value_or(receivedAt),
                                  optionalText(message, u"speakerLabel"_s)}};

@@ -52,8 +52,8 @@ struct StreamEvent {
     /// "final", "status" or "error". Anything else (not JSON, not an object, no text `type`, an
     /// unknown `type`) gives nothing and is to be ignored. Fields of the wrong JSON type count
     /// as absent: `text` and `state` are then empty, `message` is the catalogue's unknown error.
-    /// A final line's `ts` is read as an internet date-time without fractional seconds; when it
-    /// is absent or does not read, the line gets `receivedAt`.
+    /// A final line's `ts` is read as an ISO 8601 date-time with a zone, with or without
+    /// fractional seconds; when it is absent or does not read, the line gets `receivedAt`.
     static std::optional<StreamEvent> fromServerMessage(const QString& text, Timestamp receivedAt);
     /// A binary message is read as text when its bytes are valid UTF-8; otherwise it gives
     /// nothing.

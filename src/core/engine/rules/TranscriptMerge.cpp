@@ -49,8 +49,7 @@ void addSegment(QList<TranscriptSegment>& segments, QSet<QString>& knownSegmentK
 }
 
 FinalLine polledFinalLine(const ServerTranscriptResponse::Segment& segment, Timestamp receivedAt) {
-    const auto time = Timestamp::parseIso8601(segment.ts.value_or(QString()),
-                                              Timestamp::FractionalSeconds::notAllowed);
+    const auto time = Timestamp::parseIso8601(segment.ts.value_or(QString()));
     return {segment.text, time.value_or(receivedAt), segment.speakerLabel,
             time ? DuplicateCheck::byKey : DuplicateCheck::byKeyOrText};
 }

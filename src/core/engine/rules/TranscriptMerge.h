@@ -55,9 +55,9 @@ std::optional<SegmentAddition> segmentAddition(const QList<TranscriptSegment>& s
 void addSegment(QList<TranscriptSegment>& segments, QSet<QString>& knownSegmentKeys,
                 SegmentAddition addition);
 
-/// A polled line as a final line: its `ts` read as an internet date-time without fractional
-/// seconds, checked by key; when `ts` is absent or does not read, the time is `receivedAt` and
-/// the line is also checked by text.
+/// A polled line as a final line: its `ts` read as an ISO 8601 date-time with a zone, with or
+/// without fractional seconds, checked by key; when `ts` is absent or does not read, the time is
+/// `receivedAt` and the line is also checked by text.
 FinalLine polledFinalLine(const ServerTranscriptResponse::Segment& segment, Timestamp receivedAt);
 
 } // namespace vesnara
