@@ -95,7 +95,7 @@ double longestGapOfTheCalls(bool hangTheServer) {
     timing.startRecordingLimit = 5s;
     TranscriptionViewModel vm({preferences, transport, microphoneBackend, systemBackend,
                                history.path(), nullptr, nullptr, timing, nullptr});
-    vm.updateAuthContext(server.issueToken(u"bench@vesnara.test"_s));
+    vm.settings()->updateAuthContext(server.issueToken(u"bench@vesnara.test"_s));
 
     const auto daemon = rigDaemon();
     if (hangTheServer && daemon)
@@ -104,9 +104,9 @@ double longestGapOfTheCalls(bool hangTheServer) {
     {
         Watchdog watchdog;
         static_cast<void>(runUntil([] { return false; }, 20));
-        vm.refreshInputDevices();
-        vm.refreshSystemAudioDisplays(true);
-        vm.setInputMode(AudioInputMode::systemAudio);
+        vm.sources()->refreshInputDevices();
+        vm.sources()->refreshSystemAudioDisplays(true);
+        vm.sources()->setInputMode(AudioInputMode::systemAudio);
         vm.startRecording();
         static_cast<void>(runUntil([&vm] { return !vm.isStartingRecording(); }, 15'000));
         gap = watchdog.maxGapMs();

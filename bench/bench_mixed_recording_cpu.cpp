@@ -312,8 +312,8 @@ std::optional<QString> recordOneMinute(BenchSetup& setup, RecordingFigures& figu
     auto vm = std::make_unique<TranscriptionViewModel>(
         TranscriptionViewModel::Dependencies{preferences, setup.transport, microphone, systemAudio,
                                              historyDirectory.path(), nullptr, nullptr, timing});
-    vm->updateAuthContext(setup.server.token());
-    vm->setInputMode(AudioInputMode::microphoneAndSystem);
+    vm->settings()->updateAuthContext(setup.server.token());
+    vm->sources()->setInputMode(AudioInputMode::microphoneAndSystem);
     int metaPolls = 0;
     QObject::connect(vm->meters(), &RecordingMeters::lastSessionMetaReceivedAtChanged, vm.get(),
                      [&metaPolls] { ++metaPolls; });

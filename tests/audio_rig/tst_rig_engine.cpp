@@ -45,7 +45,7 @@ struct RigEngine {
         viewModel = std::make_unique<TranscriptionViewModel>(TranscriptionViewModel::Dependencies{
             preferences, transport, microphoneBackend, systemBackend, historyDirectory.path(),
             nullptr, std::make_shared<LinuxPermissionProbe>(), timing, &desktop});
-        viewModel->updateAuthContext(server.token());
+        viewModel->settings()->updateAuthContext(server.token());
     }
     ~RigEngine() {
         viewModel.reset();
@@ -80,9 +80,9 @@ private Q_SLOTS:
 
         Player player(m_toneWav, u"mic_feed"_s);
         QVERIFY(player.started());
-        vm.runAudioQualityTest();
-        QVERIFY(vm.isAudioTestRunning());
-        QTRY_VERIFY_WITH_TIMEOUT(!vm.isAudioTestRunning(), kWaitMs);
+        vm.support()->runAudioQualityTest();
+        QVERIFY(vm.support()->isAudioTestRunning());
+        QTRY_VERIFY_WITH_TIMEOUT(!vm.support()->isAudioTestRunning(), kWaitMs);
         QCOMPARE(vm.status()->statusText(), UiText::audioTestLevelOk);
         QVERIFY2(vm.status()->diagnosticHint().endsWith(UiText::audioTestAdviceSourceWorks),
                  qPrintable(vm.status()->diagnosticHint()));

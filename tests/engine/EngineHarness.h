@@ -15,6 +15,7 @@
 #include "support/FakeAudioBackends.h"
 #include "support/InMemoryPreferences.h"
 #include "support/RefBackendFixture.h"
+#include "support/ScriptedDialogs.h"
 #include "support/ScriptedPermissionProbe.h"
 
 #include <QJsonObject>
@@ -119,6 +120,7 @@ struct EngineHarness {
     QTemporaryDir historyDirectory;
     FakeClipboard clipboard;
     FakeDesktopServices desktop;
+    ScriptedDialogs dialogs;
     /// Set before `make` to run with permissions; without it both sources count as permitted.
     std::shared_ptr<ScriptedPermissionProbe> permissionProbe;
     Timing timing;
@@ -155,8 +157,8 @@ struct EngineHarness {
     TranscriptionViewModel& make() {
         viewModel = std::make_unique<TranscriptionViewModel>(TranscriptionViewModel::Dependencies{
             preferences, transport, microphoneBackend, systemBackend, historyDirectory.path(),
-            &clipboard, permissionProbe, timing, &desktop});
-        viewModel->updateAuthContext(server.token());
+            &clipboard, permissionProbe, timing, &desktop, &dialogs});
+        viewModel->settings()->updateAuthContext(server.token());
         QObject::connect(viewModel->status(), &StatusLine::statusTextChanged, viewModel.get(),
                          [this] { statuses << viewModel->status()->statusText(); });
         QObject::connect(viewModel->status(), &StatusLine::diagnosticHintChanged, viewModel.get(),
@@ -168,7 +170,7 @@ struct EngineHarness {
 
     /// Starts a recording in `mode` and waits until it is live; false when it did not go live.
     [[nodiscard]] bool startRecordingIn(AudioInputMode mode) {
-        viewModel->setInputMode(mode);
+        viewModel->sources()->setInputMode(mode);
         viewModel->startRecording();
         return QTest::qWaitFor([this] { return viewModel->isRecording(); }, kEngineWaitMs);
     }

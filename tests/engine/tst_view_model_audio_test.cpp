@@ -28,7 +28,7 @@ void deliver(FakeSystemAudioBackend& backend, int count, float amplitude) {
 }
 
 bool waitForVerdict(TranscriptionViewModel& vm) {
-    return QTest::qWaitFor([&vm] { return !vm.isAudioTestRunning(); }, kEngineWaitMs);
+    return QTest::qWaitFor([&vm] { return !vm.support()->isAudioTestRunning(); }, kEngineWaitMs);
 }
 
 } // namespace
@@ -40,8 +40,8 @@ private Q_SLOTS:
     void microphoneTestMeasuresWithoutTheServer() {
         auto h = harnessForAudioTest();
         auto& vm = h->make();
-        vm.runAudioQualityTest();
-        QVERIFY(vm.isAudioTestRunning());
+        vm.support()->runAudioQualityTest();
+        QVERIFY(vm.support()->isAudioTestRunning());
         QVERIFY(!vm.canStart());
         QCOMPARE(vm.status()->statusText(), UiText::audioTestRunning);
         QVERIFY(h->microphoneBackend.isRecording());
@@ -49,7 +49,7 @@ private Q_SLOTS:
         deliver(h->microphoneBackend, 4, 0.5f);
 
         // A second press while it runs changes nothing.
-        vm.runAudioQualityTest();
+        vm.support()->runAudioQualityTest();
         QCOMPARE(h->microphoneBackend.requestedDevices().size(), 1);
 
         QVERIFY(waitForVerdict(vm));
@@ -67,10 +67,10 @@ private Q_SLOTS:
     void mixedTestNamesTheSilentSourceAndTheQuietLevel() {
         auto h = harnessForAudioTest();
         auto& vm = h->make();
-        vm.setInputMode(AudioInputMode::microphoneAndSystem);
+        vm.sources()->setInputMode(AudioInputMode::microphoneAndSystem);
 
         // Only the microphone delivers, at a good level.
-        vm.runAudioQualityTest();
+        vm.support()->runAudioQualityTest();
         QVERIFY(h->microphoneBackend.isRecording());
         QVERIFY(h->systemBackend.isCapturing());
         deliver(h->microphoneBackend, 3, 0.4f);
@@ -82,7 +82,7 @@ private Q_SLOTS:
         QVERIFY(!h->systemBackend.isCapturing());
 
         // Both deliver near silence: the level advice wins over the mixed one.
-        vm.runAudioQualityTest();
+        vm.support()->runAudioQualityTest();
         deliver(h->microphoneBackend, 2, 0.001f);
         deliver(h->systemBackend, 2, 0.001f);
         QVERIFY(waitForVerdict(vm));
@@ -93,8 +93,8 @@ private Q_SLOTS:
     void sourcesThatDeliverNothingGiveZeroFigures() {
         auto h = harnessForAudioTest();
         auto& vm = h->make();
-        vm.setInputMode(AudioInputMode::systemAudio);
-        vm.runAudioQualityTest();
+        vm.sources()->setInputMode(AudioInputMode::systemAudio);
+        vm.support()->runAudioQualityTest();
         QVERIFY(waitForVerdict(vm));
         QCOMPARE(vm.status()->statusText(), UiText::audioTestNoAudio);
         QCOMPARE(vm.status()->diagnosticHint(),
@@ -106,8 +106,8 @@ private Q_SLOTS:
         auto h = harnessForAudioTest();
         h->systemBackend.nextStartError = AudioBackendError{u"pulseaudio"_s, 3, u"No sink"_s};
         auto& vm = h->make();
-        vm.setInputMode(AudioInputMode::microphoneAndSystem);
-        vm.runAudioQualityTest();
+        vm.sources()->setInputMode(AudioInputMode::microphoneAndSystem);
+        vm.support()->runAudioQualityTest();
         QVERIFY(waitForVerdict(vm));
         QVERIFY2(vm.status()->statusText().startsWith(UiText::audioTestFailed({})),
                  qPrintable(vm.status()->statusText()));
@@ -122,9 +122,9 @@ private Q_SLOTS:
         auto& vm = h.make();
         QVERIFY(h.startRecordingIn(AudioInputMode::microphone));
         const int starts = h.microphoneBackend.requestedDevices().size();
-        vm.runAudioQualityTest();
+        vm.support()->runAudioQualityTest();
         QCOMPARE(vm.status()->statusText(), UiText::audioTestStopRecordingFirst);
-        QVERIFY(!vm.isAudioTestRunning());
+        QVERIFY(!vm.support()->isAudioTestRunning());
         QCOMPARE(h.microphoneBackend.requestedDevices().size(), starts);
         const QString id = vm.sessionId();
         vm.stopRecording();

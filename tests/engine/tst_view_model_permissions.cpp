@@ -137,7 +137,7 @@ private Q_SLOTS:
         h->systemBackend.content.error =
             AudioBackendError{u"pulseaudio"_s, 6, u"Connection refused"_s};
         auto& vm = h->make();
-        vm.setInputMode(AudioInputMode::systemAudio);
+        vm.sources()->setInputMode(AudioInputMode::systemAudio);
         vm.startRecording();
         QTRY_VERIFY_WITH_TIMEOUT(!vm.isStartingRecording(), kEngineWaitMs);
         QVERIFY(!vm.isRecording());

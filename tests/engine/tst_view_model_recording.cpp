@@ -115,7 +115,7 @@ void TstViewModelRecording::microphoneRecordingMergesStreamAndPollAndSaves() {
     const auto saved = SessionHistoryStore(h.historyDirectory.path()).load(id);
     QVERIFY(saved.has_value());
     QCOMPARE(saved->segments, vm.segments());
-    QCOMPARE(saved->language, vm.language());
+    QCOMPARE(saved->language, vm.settings()->language());
     QVERIFY(saved->createdAt <= saved->endedAt);
     QCOMPARE(vm.history()->sessionHistory().size(), 1);
     QCOMPARE(vm.history()->sessionHistory().first().id, id);
@@ -167,7 +167,7 @@ void TstViewModelRecording::mixedModeSendsTheMixOfBothSources() {
     // Mixed mode names the selected microphone as the picker does ("Auto" for none).
     QCOMPARE(vm.status()->statusText(),
              UiText::statusListeningTo(UiText::automaticSource + u" + "_s +
-                                       vm.micStatusLabel().section(u" + "_s, 1)));
+                                       vm.sources()->micStatusLabel().section(u" + "_s, 1)));
     QVERIFY(vm.status()->statusText().contains(u" + Kaiuttimet"_s));
     QVERIFY(h.microphoneBackend.isRecording());
     QVERIFY(h.systemBackend.isCapturing());
@@ -177,7 +177,7 @@ void TstViewModelRecording::mixedModeSendsTheMixOfBothSources() {
     QTRY_VERIFY_WITH_TIMEOUT(h.session(id)->audioFrameCount >= 8, kEngineWaitMs);
 
     const QByteArray alone = constantPCM(8192, 1600);
-    const QByteArray mixed = mixPCM16(alone, alone, vm.config().mixSettings());
+    const QByteArray mixed = mixPCM16(alone, alone, vm.settings()->config().mixSettings());
     QVERIFY(mixed != alone);
     int mixedFrames = 0;
     for (const auto& message : h.backend().streamMessages(id)) {

@@ -176,7 +176,7 @@ void TstViewModelRunEnds::aStopDuringAPendingFallbackLeavesTheSourcesClosed() {
     QVERIFY(!h.microphoneBackend.isRecording());
     QVERIFY(!h.systemBackend.isCapturing());
     QVERIFY(h.microphoneBackend.requestedDevices().isEmpty());
-    QCOMPARE(vm.inputMode(), AudioInputMode::systemAudio);
+    QCOMPARE(vm.sources()->inputMode(), AudioInputMode::systemAudio);
     QVERIFY(!vm.fallbackNoticeVisible());
     QCOMPARE(STTConfigurationStore(h.preferences).load().preferredInputDeviceID, preferredBefore);
 }

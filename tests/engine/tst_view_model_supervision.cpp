@@ -46,8 +46,8 @@ void TstViewModelSupervision::silentHeadsetIsReplacedOnceByTheBuiltInMicrophone(
     STTConfigurationStore(h.preferences).save(stored);
     watchMicrophoneLiveness(h);
     auto& vm = h.make();
-    QCOMPARE(vm.selectedInputDeviceID(), kHeadset);
-    QCOMPARE(vm.recommendedInputDeviceName(), u"Sisäinen mikrofoni"_s);
+    QCOMPARE(vm.sources()->selectedInputDeviceID(), kHeadset);
+    QCOMPARE(vm.sources()->recommendedInputDeviceName(), u"Sisäinen mikrofoni"_s);
 
     vm.startRecording();
     // The user's choice of a headset is kept and only explained.
@@ -56,7 +56,7 @@ void TstViewModelSupervision::silentHeadsetIsReplacedOnceByTheBuiltInMicrophone(
     QTRY_VERIFY_WITH_TIMEOUT(vm.isRecording(), kEngineWaitMs);
     const QString id = vm.sessionId();
 
-    QTRY_COMPARE_WITH_TIMEOUT(vm.selectedInputDeviceID(), kBuiltIn, kEngineWaitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(vm.sources()->selectedInputDeviceID(), kBuiltIn, kEngineWaitMs);
     QCOMPARE(h.microphoneBackend.requestedDevices(), (QList<quint32>{kHeadset, kBuiltIn}));
     QCOMPARE(vm.status()->statusText(),
              UiText::statusMicrophoneSwitchedTo(u"Sisäinen mikrofoni"_s));
@@ -90,7 +90,7 @@ void TstViewModelSupervision::systemAudioWithoutPCMFallsBackToMixedOnSecondPoll(
     QTRY_VERIFY_WITH_TIMEOUT(vm.fallbackNoticeVisible(), kEngineWaitMs);
     // The first poll warned, the second fell back.
     QVERIFY(!hints.isEmpty());
-    QCOMPARE(vm.inputMode(), AudioInputMode::microphoneAndSystem);
+    QCOMPARE(vm.sources()->inputMode(), AudioInputMode::microphoneAndSystem);
     QCOMPARE(vm.status()->diagnosticHint(), UiText::hintSystemFallbackActivated);
     QVERIFY(vm.status()->statusText().startsWith(u"Kuuntelen... (Auto + Kaiuttimet"_s));
     QVERIFY(h.microphoneBackend.isRecording());
@@ -110,21 +110,21 @@ void TstViewModelSupervision::pickerSwitchesTheRunningMicrophone() {
     QVERIFY(h.server.isListening());
     h.microphoneBackend.devices.append({21, u"USB-mikrofoni"_s, AudioTransportKind::usb, 1});
     auto& vm = h.make();
-    vm.setPreferredInputDevice(kBuiltIn);
+    vm.sources()->setPreferredInputDevice(kBuiltIn);
     QCOMPARE(vm.status()->statusText(), UiText::statusMicrophoneUpdated);
     vm.startRecording();
     QTRY_VERIFY_WITH_TIMEOUT(vm.isRecording(), kEngineWaitMs);
 
-    vm.setPreferredInputDevice(kBuiltIn);
+    vm.sources()->setPreferredInputDevice(kBuiltIn);
     QCOMPARE(h.microphoneBackend.requestedDevices(), QList<quint32>{kBuiltIn});
 
-    vm.setPreferredInputDevice(21);
+    vm.sources()->setPreferredInputDevice(21);
     QTRY_COMPARE_WITH_TIMEOUT(h.microphoneBackend.requestedDevices(),
                               (QList<quint32>{kBuiltIn, 21}), kEngineWaitMs);
     QCOMPARE(vm.status()->statusText(), UiText::statusMicrophoneSwitchedTo(u"USB-mikrofoni"_s));
     QCOMPARE(vm.status()->diagnosticHint(), UiText::hintMicrophoneSwitchedInRecording);
 
-    vm.setPreferredInputDevice(0);
+    vm.sources()->setPreferredInputDevice(0);
     QTRY_COMPARE_WITH_TIMEOUT(h.microphoneBackend.requestedDevices().size(), 3, kEngineWaitMs);
     QCOMPARE(vm.status()->statusText(),
              UiText::statusMicrophoneSwitchedTo(UiText::automaticSource));
@@ -138,8 +138,9 @@ void TstViewModelSupervision::pickingAMicrophoneAddsItToASystemRecording() {
     QVERIFY(h.startRecordingIn(AudioInputMode::systemAudio));
     const QString id = vm.sessionId();
 
-    vm.setPreferredInputDevice(kBuiltIn);
-    QTRY_COMPARE_WITH_TIMEOUT(vm.inputMode(), AudioInputMode::microphoneAndSystem, kEngineWaitMs);
+    vm.sources()->setPreferredInputDevice(kBuiltIn);
+    QTRY_COMPARE_WITH_TIMEOUT(vm.sources()->inputMode(), AudioInputMode::microphoneAndSystem,
+                              kEngineWaitMs);
     QVERIFY(h.statuses.contains(UiText::statusAddingMicrophone));
     QCOMPARE(vm.status()->diagnosticHint(), UiText::hintMicrophoneJoinedRecording);
     QVERIFY(h.microphoneBackend.isRecording());
@@ -149,7 +150,7 @@ void TstViewModelSupervision::pickingAMicrophoneAddsItToASystemRecording() {
     QByteArray alone(3200, Qt::Uninitialized);
     for (int i = 0; i < 1600; ++i)
         qToLittleEndian(qint16(8192), alone.data() + 2 * i);
-    const QByteArray mixed = mixPCM16(alone, alone, vm.config().mixSettings());
+    const QByteArray mixed = mixPCM16(alone, alone, vm.settings()->config().mixSettings());
     const auto hasMixedFrame = [&h, &id, &mixed] {
         for (const auto& message : h.backend().streamMessages(id)) {
             if (message.binary && message.payload == mixed)

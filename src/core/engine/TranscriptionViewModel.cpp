@@ -4,6 +4,7 @@
 #include "audio/MicrophonePermissionSnapshot.h"
 #include "audio/SystemAudioPermissionSnapshot.h"
 #include "backend/WebSocketStreamClient.h"
+#include "engine/AssignIfChanged.h"
 #include "engine/rules/SessionMetaRules.h"
 #include "engine/rules/TranscriptText.h"
 #include "model/DeploymentDefaults.h"
@@ -16,66 +17,42 @@ using namespace Qt::StringLiterals;
 
 namespace vesnara {
 
-namespace {
-
-bool isBlank(const QString& text) {
-    return text.trimmed().isEmpty();
-}
-
-} // namespace
-
 // Construction
 
 TranscriptionViewModel::TranscriptionViewModel(Dependencies dependencies, QObject* parent)
     : QObject(parent)
     , m_timing(dependencies.timing)
+    , m_settings(dependencies.preferences, m_status, dependencies.clipboard, dependencies.dialogs)
     , m_permissions(std::move(dependencies.permissionProbe), m_timing, m_status,
                     dependencies.desktopServices)
+    , m_sources(dependencies.audioInputBackend, dependencies.systemAudioBackend, m_timing,
+                m_settings, m_status, m_permissions)
+    , m_support(m_sources, m_permissions, m_status, m_timing,
+                [this] { return isStartingRecording() || isRecording(); })
     , m_history(dependencies.historyDirectory)
-    , m_configStore(dependencies.preferences)
     , m_apiClient(dependencies.transport, dependencies.timing)
-    , m_microphone(dependencies.audioInputBackend)
-    , m_systemAudio(dependencies.systemAudioBackend, dependencies.timing)
-    , m_clipboard(dependencies.clipboard)
-    , m_desktopServices(dependencies.desktopServices)
-    , m_memoAIBackendStatus(UiText::memoBackendStatusUnknown)
     , m_startAttemptID(QUuid::createUuid())
     , m_resumeAttemptID(QUuid::createUuid()) {
     m_status.setStatusText(UiText::statusReadyToStart);
-    STTConfiguration config = m_configStore.load();
-    if (isBlank(config.baseURL))
-        config.baseURL = defaultBackendURL();
-    if (isBlank(config.apiKey))
-        config.apiKey = defaultSharedAPIKey();
-    if (isBlank(config.updateManifestURL))
-        config.updateManifestURL = defaultUpdateManifestURL();
-
-    m_config = config;
-    m_language = config.defaultLanguage;
-    m_sttModel = config.defaultModel;
-    m_selectedInputDeviceID = config.preferredInputDeviceID.value_or(0);
-    m_selectedSystemDisplayID = config.preferredSystemDisplayID.value_or(0);
-    m_selectedSystemApplicationBundleID =
-        config.preferredSystemApplicationBundleID.value_or(QString());
-    m_allowSystemFallback = config.allowSystemFallback;
-    m_mixSettings = config.mixSettings();
-    m_mixedPreset = classifyMixPreset(m_mixSettings);
-
-    m_configStore.save(m_config);
-
-    refreshInputDevices();
+    connect(&m_support, &SupportTools::isAudioTestRunningChanged, this,
+            &TranscriptionViewModel::commandAvailabilityChanged);
+    connect(&m_sources, &AudioSources::inputDeviceChosen, this,
+            &TranscriptionViewModel::handleInputDeviceChosen);
+    m_sources.refreshInputDevices();
 }
 
 TranscriptionViewModel::~TranscriptionViewModel() {
     // Stopping the sources first guarantees that no capture thread posts to this object while
     // it is being destroyed.
-    m_microphone.onPCMFrame = {};
-    m_microphone.stop();
-    m_systemAudio.onPCMFrame = {};
-    m_systemAudio.onRawAudioSample = {};
-    m_systemAudio.stop();
+    MicrophoneCapture& microphone = m_sources.microphone();
+    microphone.onPCMFrame = {};
+    microphone.stop();
+    SystemAudioCapture& systemAudio = m_sources.systemAudio();
+    systemAudio.onPCMFrame = {};
+    systemAudio.onRawAudioSample = {};
+    systemAudio.stop();
     for (StoredTask* task :
-         {&m_transcriptPollTask, &m_sessionMetaPollTask, &m_audioKeepAliveTask, &m_audioTestTask,
+         {&m_transcriptPollTask, &m_sessionMetaPollTask, &m_audioKeepAliveTask,
           &m_microphoneLivenessTask, &m_pauseTickerTask, &m_startRecordingTimeoutTask,
           &m_resumeRecordingTimeoutTask, &m_pinHighlightTask})
         task->cancelAndClear();
@@ -87,7 +64,7 @@ TranscriptionViewModel::~TranscriptionViewModel() {
 
 bool TranscriptionViewModel::canStart() const {
     return !isStartingRecording() && !isRecording() && !isResumingRecording() &&
-           !m_isAudioTestRunning;
+           !m_support.isAudioTestRunning();
 }
 
 bool TranscriptionViewModel::canStop() const {
@@ -130,170 +107,10 @@ QList<TranscriptPin> TranscriptionViewModel::pinsSortedByTimestamp() const {
     return sorted;
 }
 
-QString TranscriptionViewModel::selectedInputDeviceName() const {
-    if (m_selectedInputDeviceID == 0)
-        return UiText::automaticSource;
-    for (const auto& device : m_availableInputDevices) {
-        if (device.id == m_selectedInputDeviceID)
-            return device.name;
-    }
-    return UiText::unknownInputDevice;
-}
-
-bool TranscriptionViewModel::isSelectedInputDeviceVirtual() const {
-    for (const auto& device : m_availableInputDevices) {
-        if (m_selectedInputDeviceID != 0 && device.id == m_selectedInputDeviceID)
-            return device.isVirtual;
-    }
-    return false;
-}
-
-QString TranscriptionViewModel::selectedSystemDisplayName() const {
-    if (m_selectedSystemDisplayID == 0)
-        return UiText::automaticSource;
-    for (const auto& display : m_availableSystemDisplays) {
-        if (display.id == m_selectedSystemDisplayID)
-            return display.name;
-    }
-    return UiText::unknownSystemDisplay;
-}
-
-QString TranscriptionViewModel::micStatusLabel() const {
-    const QString systemName = m_systemAudio.activeSourceName().isEmpty()
-                                   ? UiText::systemAudioSourceFallbackName
-                                   : m_systemAudio.activeSourceName();
-    switch (m_inputMode) {
-    case AudioInputMode::microphone:
-        return selectedInputDeviceName();
-    case AudioInputMode::systemAudio:
-        return systemName;
-    case AudioInputMode::microphoneAndSystem:
-        return selectedInputDeviceName() + u" + "_s + systemName;
-    }
-    return selectedInputDeviceName();
-}
-
-// Constants
-
-QStringList TranscriptionViewModel::availableLanguages() {
-    return {u"fi-FI"_s, u"sv-SE"_s, u"en-US"_s};
-}
-
-QStringList TranscriptionViewModel::availableModels() {
-    return {u"chirp_3"_s, u"long"_s, u"telephony"_s, u"chirp_telephony"_s, u"short"_s};
-}
-
-QString TranscriptionViewModel::defaultBackendURL() {
-    return QString::fromUtf16(DeploymentDefaults::backendURL);
-}
-
-QString TranscriptionViewModel::defaultSharedAPIKey() {
-    return QString::fromUtf16(DeploymentDefaults::sharedAPIKey);
-}
-
-QString TranscriptionViewModel::defaultUpdateManifestURL() {
-    return QString::fromUtf16(DeploymentDefaults::updateManifestURL);
-}
-
-// Public setters
-
-#define VESNARA_ASSIGN_AND_NOTIFY(field, value, signal)                                            \
-    do {                                                                                           \
-        if ((field) == (value))                                                                    \
-            return;                                                                                \
-        (field) = (value);                                                                         \
-        Q_EMIT signal();                                                                           \
-    } while (false)
-
-void TranscriptionViewModel::setLanguage(const QString& language) {
-    VESNARA_ASSIGN_AND_NOTIFY(m_language, language, languageChanged);
-}
-
-void TranscriptionViewModel::setSttModel(const QString& model) {
-    VESNARA_ASSIGN_AND_NOTIFY(m_sttModel, model, sttModelChanged);
-}
-
-void TranscriptionViewModel::setExportFormat(TranscriptExportFormat format) {
-    VESNARA_ASSIGN_AND_NOTIFY(m_exportFormat, format, exportFormatChanged);
-}
-
-void TranscriptionViewModel::setAutoExportEnabled(bool enabled) {
-    VESNARA_ASSIGN_AND_NOTIFY(m_autoExportEnabled, enabled, autoExportEnabledChanged);
-}
-
-void TranscriptionViewModel::setAllowSystemFallback(bool allow) {
-    VESNARA_ASSIGN_AND_NOTIFY(m_allowSystemFallback, allow, allowSystemFallbackChanged);
-}
-
-void TranscriptionViewModel::setSelectedInputDeviceID(quint32 id) {
-    if (m_selectedInputDeviceID == id)
-        return;
-    m_selectedInputDeviceID = id;
-    Q_EMIT selectedInputDeviceIDChanged();
-    Q_EMIT sourceLabelsChanged();
-}
-
-void TranscriptionViewModel::setSelectedSystemDisplayID(quint32 id) {
-    if (m_selectedSystemDisplayID == id)
-        return;
-    m_selectedSystemDisplayID = id;
-    Q_EMIT selectedSystemDisplayIDChanged();
-    Q_EMIT sourceLabelsChanged();
-}
-
-void TranscriptionViewModel::setSelectedSystemApplicationBundleID(const QString& bundleID) {
-    VESNARA_ASSIGN_AND_NOTIFY(m_selectedSystemApplicationBundleID, bundleID,
-                              selectedSystemApplicationBundleIDChanged);
-}
-
-void TranscriptionViewModel::setInputMode(AudioInputMode mode) {
-    if (m_inputMode == mode)
-        return;
-    m_inputMode = mode;
-    Q_EMIT inputModeChanged();
-    Q_EMIT sourceLabelsChanged();
-}
-
-void TranscriptionViewModel::setMixedMicGain(double gain) {
-    VESNARA_ASSIGN_AND_NOTIFY(m_mixSettings.micGain, gain, mixedMicGainChanged);
-}
-
-void TranscriptionViewModel::setMixedSystemGain(double gain) {
-    VESNARA_ASSIGN_AND_NOTIFY(m_mixSettings.systemGain, gain, mixedSystemGainChanged);
-}
-
-void TranscriptionViewModel::setMixedAutoDuckEnabled(bool enabled) {
-    VESNARA_ASSIGN_AND_NOTIFY(m_mixSettings.autoDuckEnabled, enabled, mixedAutoDuckEnabledChanged);
-}
-
-void TranscriptionViewModel::setMixedDuckingStrength(double strength) {
-    VESNARA_ASSIGN_AND_NOTIFY(m_mixSettings.duckingStrength, strength, mixedDuckingStrengthChanged);
-}
-
-void TranscriptionViewModel::setMixedLimiterEnabled(bool enabled) {
-    VESNARA_ASSIGN_AND_NOTIFY(m_mixSettings.limiterEnabled, enabled, mixedLimiterEnabledChanged);
-}
-
 // Private setters
 
 void TranscriptionViewModel::notifyRunStateChanged() {
     Q_EMIT commandAvailabilityChanged();
-}
-
-void TranscriptionViewModel::setConfig(const STTConfiguration& config) {
-    VESNARA_ASSIGN_AND_NOTIFY(m_config, config, configChanged);
-}
-
-void TranscriptionViewModel::setMixSettings(const MixSettings& settings) {
-    setMixedMicGain(settings.micGain);
-    setMixedSystemGain(settings.systemGain);
-    setMixedAutoDuckEnabled(settings.autoDuckEnabled);
-    setMixedDuckingStrength(settings.duckingStrength);
-    setMixedLimiterEnabled(settings.limiterEnabled);
-}
-
-void TranscriptionViewModel::setMixedPreset(MixPreset preset) {
-    VESNARA_ASSIGN_AND_NOTIFY(m_mixedPreset, preset, mixedPresetChanged);
 }
 
 void TranscriptionViewModel::setRunState(RecordingRunState state) {
@@ -320,7 +137,8 @@ void TranscriptionViewModel::setStatusText(const QString& text) {
 }
 
 void TranscriptionViewModel::setPauseElapsedLabel(const QString& label) {
-    VESNARA_ASSIGN_AND_NOTIFY(m_pauseElapsedLabel, label, pauseElapsedLabelChanged);
+    if (assignIfChanged(m_pauseElapsedLabel, label))
+        Q_EMIT pauseElapsedLabelChanged();
 }
 
 void TranscriptionViewModel::setDiagnosticHint(const QString& hint) {
@@ -328,11 +146,13 @@ void TranscriptionViewModel::setDiagnosticHint(const QString& hint) {
 }
 
 void TranscriptionViewModel::setFallbackNoticeVisible(bool visible) {
-    VESNARA_ASSIGN_AND_NOTIFY(m_fallbackNoticeVisible, visible, fallbackNoticeVisibleChanged);
+    if (assignIfChanged(m_fallbackNoticeVisible, visible))
+        Q_EMIT fallbackNoticeVisibleChanged();
 }
 
 void TranscriptionViewModel::setInterimText(const QString& text) {
-    VESNARA_ASSIGN_AND_NOTIFY(m_interimText, text, interimTextChanged);
+    if (assignIfChanged(m_interimText, text))
+        Q_EMIT interimTextChanged();
 }
 
 void TranscriptionViewModel::setSegments(QList<TranscriptSegment> segments) {
@@ -352,11 +172,13 @@ void TranscriptionViewModel::setPins(QList<TranscriptPin> pins) {
 }
 
 void TranscriptionViewModel::setSelectedPinId(std::optional<QUuid> id) {
-    VESNARA_ASSIGN_AND_NOTIFY(m_selectedPinId, id, selectedPinIdChanged);
+    if (assignIfChanged(m_selectedPinId, id))
+        Q_EMIT selectedPinIdChanged();
 }
 
 void TranscriptionViewModel::setHighlightedPinId(std::optional<QUuid> id) {
-    VESNARA_ASSIGN_AND_NOTIFY(m_highlightedPinId, id, highlightedPinIdChanged);
+    if (assignIfChanged(m_highlightedPinId, id))
+        Q_EMIT highlightedPinIdChanged();
 }
 
 void TranscriptionViewModel::setSessionId(const QString& id) {
@@ -366,23 +188,5 @@ void TranscriptionViewModel::setSessionId(const QString& id) {
     Q_EMIT sessionIdChanged();
     notifyRunStateChanged();
 }
-
-void TranscriptionViewModel::setIsAudioTestRunning(bool value) {
-    if (m_isAudioTestRunning == value)
-        return;
-    m_isAudioTestRunning = value;
-    Q_EMIT isAudioTestRunningChanged();
-    Q_EMIT commandAvailabilityChanged();
-}
-
-void TranscriptionViewModel::setAvailableInputDevices(QList<AudioInputDeviceOption> devices) {
-    if (m_availableInputDevices == devices)
-        return;
-    m_availableInputDevices = std::move(devices);
-    Q_EMIT availableInputDevicesChanged();
-    Q_EMIT sourceLabelsChanged();
-}
-
-#undef VESNARA_ASSIGN_AND_NOTIFY
 
 } // namespace vesnara

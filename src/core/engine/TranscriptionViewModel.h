@@ -1,10 +1,7 @@
 #pragma once
 
 #include "async/CancellationToken.h"
-#include "audio/AudioSourceOptions.h"
-#include "audio/MicrophoneCapture.h"
 #include "audio/MicrophonePermissionSnapshot.h"
-#include "audio/SystemAudioCapture.h"
 #include "audio/SystemAudioPermissionSnapshot.h"
 #include "backend/STTAPIClient.h"
 #include "backend/ServerTranscriptResponse.h"
@@ -12,24 +9,21 @@
 #include "engine/RecordingRun.h"
 #include "engine/StatusLine.h"
 #include "engine/StoredTask.h"
+#include "engine/parts/AudioSources.h"
 #include "engine/parts/PermissionPanel.h"
 #include "engine/parts/RecordingMeters.h"
+#include "engine/parts/RecordingSettings.h"
 #include "engine/parts/SessionHistory.h"
+#include "engine/parts/SupportTools.h"
 #include "engine/rules/MixerQueues.h"
 #include "engine/rules/RecordingRunState.h"
 #include "engine/rules/TranscriptMerge.h"
 #include "model/AudioInputMode.h"
-#include "model/MixPreset.h"
-#include "model/STTConfiguration.h"
 #include "model/SavedSession.h"
 #include "model/Timestamp.h"
 #include "model/Timing.h"
-#include "model/TranscriptExportFormat.h"
 #include "model/TranscriptPin.h"
 #include "model/TranscriptSegment.h"
-#include "platform/DesktopServices.h"
-#include "storage/STTConfigurationStore.h"
-#include "storage/SessionHistoryStore.h"
 
 #include <QCoroTask>
 #include <QObject>
@@ -46,12 +40,13 @@ namespace vesnara {
 
 class AudioInputBackend;
 class Clipboard;
+class Dialogs;
 class HttpTransport;
 class PermissionProbe;
 class Preferences;
 class SystemAudioBackend;
 class WebSocketStreamClient;
-struct AudioTestFigures;
+class DesktopServices;
 struct StreamEvent;
 
 /// The recording engine: one long-lived object on the main thread that holds everything the
@@ -74,53 +69,16 @@ struct StreamEvent;
 class TranscriptionViewModel final : public QObject {
     Q_OBJECT
 
-    // Settings
-    Q_PROPERTY(vesnara::STTConfiguration config READ config NOTIFY configChanged)
-    Q_PROPERTY(QString language READ language WRITE setLanguage NOTIFY languageChanged)
-    Q_PROPERTY(QString sttModel READ sttModel WRITE setSttModel NOTIFY sttModelChanged)
-    Q_PROPERTY(vesnara::TranscriptExportFormat exportFormat READ exportFormat WRITE setExportFormat
-                   NOTIFY exportFormatChanged)
-    Q_PROPERTY(bool autoExportEnabled READ autoExportEnabled WRITE setAutoExportEnabled NOTIFY
-                   autoExportEnabledChanged)
-    Q_PROPERTY(bool allowSystemFallback READ allowSystemFallback WRITE setAllowSystemFallback NOTIFY
-                   allowSystemFallbackChanged)
-
-    // Sources
-    Q_PROPERTY(QList<vesnara::AudioInputDeviceOption> availableInputDevices READ
-                   availableInputDevices NOTIFY availableInputDevicesChanged)
-    Q_PROPERTY(quint32 selectedInputDeviceID READ selectedInputDeviceID WRITE
-                   setSelectedInputDeviceID NOTIFY selectedInputDeviceIDChanged)
-    Q_PROPERTY(QString recommendedInputDeviceName READ recommendedInputDeviceName NOTIFY
-                   recommendedInputDeviceNameChanged)
-    Q_PROPERTY(QList<vesnara::SystemAudioDisplayOption> availableSystemDisplays READ
-                   availableSystemDisplays NOTIFY availableSystemDisplaysChanged)
-    Q_PROPERTY(quint32 selectedSystemDisplayID READ selectedSystemDisplayID WRITE
-                   setSelectedSystemDisplayID NOTIFY selectedSystemDisplayIDChanged)
-    Q_PROPERTY(QList<vesnara::SystemAudioApplicationOption> availableSystemApplications READ
-                   availableSystemApplications NOTIFY availableSystemApplicationsChanged)
-    Q_PROPERTY(
-        QString selectedSystemApplicationBundleID READ selectedSystemApplicationBundleID WRITE
-            setSelectedSystemApplicationBundleID NOTIFY selectedSystemApplicationBundleIDChanged)
-    Q_PROPERTY(
-        vesnara::AudioInputMode inputMode READ inputMode WRITE setInputMode NOTIFY inputModeChanged)
-
-    // Mixer
-    Q_PROPERTY(
-        double mixedMicGain READ mixedMicGain WRITE setMixedMicGain NOTIFY mixedMicGainChanged)
-    Q_PROPERTY(double mixedSystemGain READ mixedSystemGain WRITE setMixedSystemGain NOTIFY
-                   mixedSystemGainChanged)
-    Q_PROPERTY(bool mixedAutoDuckEnabled READ mixedAutoDuckEnabled WRITE setMixedAutoDuckEnabled
-                   NOTIFY mixedAutoDuckEnabledChanged)
-    Q_PROPERTY(double mixedDuckingStrength READ mixedDuckingStrength WRITE setMixedDuckingStrength
-                   NOTIFY mixedDuckingStrengthChanged)
-    Q_PROPERTY(bool mixedLimiterEnabled READ mixedLimiterEnabled WRITE setMixedLimiterEnabled NOTIFY
-                   mixedLimiterEnabledChanged)
-    Q_PROPERTY(vesnara::MixPreset mixedPreset READ mixedPreset NOTIFY mixedPresetChanged)
-
-    // Run state; the status line and hint are written by every part into one `StatusLine`.
+    // Parts: each group of the screens lives in an object of its own.
     Q_PROPERTY(vesnara::StatusLine* status READ status CONSTANT)
+    Q_PROPERTY(vesnara::RecordingSettings* settings READ settings CONSTANT)
+    Q_PROPERTY(vesnara::AudioSources* sources READ sources CONSTANT)
     Q_PROPERTY(vesnara::PermissionPanel* permissions READ permissions CONSTANT)
+    Q_PROPERTY(vesnara::SessionHistory* history READ history CONSTANT)
+    Q_PROPERTY(vesnara::SupportTools* support READ support CONSTANT)
     Q_PROPERTY(vesnara::RecordingMeters* meters READ meters CONSTANT)
+
+    // Run state
     Q_PROPERTY(vesnara::RecordingRunState runState READ runState NOTIFY runStateChanged)
     Q_PROPERTY(bool isRecording READ isRecording NOTIFY isRecordingChanged)
     Q_PROPERTY(bool isStartingRecording READ isStartingRecording NOTIFY isStartingRecordingChanged)
@@ -129,6 +87,7 @@ class TranscriptionViewModel final : public QObject {
     Q_PROPERTY(QString pauseElapsedLabel READ pauseElapsedLabel NOTIFY pauseElapsedLabelChanged)
     Q_PROPERTY(
         bool fallbackNoticeVisible READ fallbackNoticeVisible NOTIFY fallbackNoticeVisibleChanged)
+    Q_PROPERTY(QString sessionId READ sessionId NOTIFY sessionIdChanged)
 
     // Transcript
     Q_PROPERTY(QString interimText READ interimText NOTIFY interimTextChanged)
@@ -137,19 +96,6 @@ class TranscriptionViewModel final : public QObject {
     Q_PROPERTY(std::optional<QUuid> selectedPinId READ selectedPinId NOTIFY selectedPinIdChanged)
     Q_PROPERTY(
         std::optional<QUuid> highlightedPinId READ highlightedPinId NOTIFY highlightedPinIdChanged)
-    Q_PROPERTY(QString sessionId READ sessionId NOTIFY sessionIdChanged)
-
-    // History
-    Q_PROPERTY(vesnara::SessionHistory* history READ history CONSTANT)
-
-    // Support
-    Q_PROPERTY(bool isAudioTestRunning READ isAudioTestRunning NOTIFY isAudioTestRunningChanged)
-    Q_PROPERTY(QString lastDiagnosticsFileName READ lastDiagnosticsFileName NOTIFY
-                   lastDiagnosticsFileNameChanged)
-    Q_PROPERTY(
-        QString memoAIBackendStatus READ memoAIBackendStatus NOTIFY memoAIBackendStatusChanged)
-    Q_PROPERTY(bool isCrashRecoveryRunning READ isCrashRecoveryRunning NOTIFY
-                   isCrashRecoveryRunningChanged)
 
     // Derived values
     Q_PROPERTY(bool canStart READ canStart NOTIFY commandAvailabilityChanged)
@@ -165,20 +111,6 @@ class TranscriptionViewModel final : public QObject {
     Q_PROPERTY(qsizetype pinCount READ pinCount NOTIFY pinsChanged)
     Q_PROPERTY(QList<vesnara::TranscriptPin> pinsSortedByTimestamp READ pinsSortedByTimestamp NOTIFY
                    pinsChanged)
-    Q_PROPERTY(
-        QString selectedInputDeviceName READ selectedInputDeviceName NOTIFY sourceLabelsChanged)
-    Q_PROPERTY(bool isSelectedInputDeviceVirtual READ isSelectedInputDeviceVirtual NOTIFY
-                   sourceLabelsChanged)
-    Q_PROPERTY(
-        QString selectedSystemDisplayName READ selectedSystemDisplayName NOTIFY sourceLabelsChanged)
-    Q_PROPERTY(QString micStatusLabel READ micStatusLabel NOTIFY sourceLabelsChanged)
-
-    // Constants
-    Q_PROPERTY(QStringList availableLanguages READ availableLanguages CONSTANT)
-    Q_PROPERTY(QStringList availableModels READ availableModels CONSTANT)
-    Q_PROPERTY(QString defaultBackendURL READ defaultBackendURL CONSTANT)
-    Q_PROPERTY(QString defaultSharedAPIKey READ defaultSharedAPIKey CONSTANT)
-    Q_PROPERTY(QString defaultUpdateManifestURL READ defaultUpdateManifestURL CONSTANT)
 
 public:
     /// What the view model works on. Everything referenced must outlive the view model.
@@ -198,6 +130,8 @@ public:
         Timing timing = {};
         /// Settings pages and restarting; without one nothing opens and a relaunch fails.
         DesktopServices* desktopServices = nullptr;
+        /// The settings' prompts; without one every prompt counts as cancelled.
+        Dialogs* dialogs = nullptr;
     };
 
     /// Builds the object in the product's order: initial values, the configuration loaded and
@@ -209,60 +143,21 @@ public:
     /// are cancelled and end at their next check.
     ~TranscriptionViewModel() override;
 
-    // Settings
-    const STTConfiguration& config() const { return m_config; }
-    const QString& language() const { return m_language; }
-    void setLanguage(const QString& language);
-    const QString& sttModel() const { return m_sttModel; }
-    void setSttModel(const QString& model);
-    TranscriptExportFormat exportFormat() const { return m_exportFormat; }
-    void setExportFormat(TranscriptExportFormat format);
-    bool autoExportEnabled() const { return m_autoExportEnabled; }
-    void setAutoExportEnabled(bool enabled);
-    bool allowSystemFallback() const { return m_allowSystemFallback; }
-    void setAllowSystemFallback(bool allow);
-
-    // Sources
-    const QList<AudioInputDeviceOption>& availableInputDevices() const {
-        return m_availableInputDevices;
-    }
-    quint32 selectedInputDeviceID() const { return m_selectedInputDeviceID; }
-    void setSelectedInputDeviceID(quint32 id);
-    const QString& recommendedInputDeviceName() const { return m_recommendedInputDeviceName; }
-    const QList<SystemAudioDisplayOption>& availableSystemDisplays() const {
-        return m_availableSystemDisplays;
-    }
-    quint32 selectedSystemDisplayID() const { return m_selectedSystemDisplayID; }
-    void setSelectedSystemDisplayID(quint32 id);
-    const QList<SystemAudioApplicationOption>& availableSystemApplications() const {
-        return m_availableSystemApplications;
-    }
-    const QString& selectedSystemApplicationBundleID() const {
-        return m_selectedSystemApplicationBundleID;
-    }
-    void setSelectedSystemApplicationBundleID(const QString& bundleID);
-    AudioInputMode inputMode() const { return m_inputMode; }
-    void setInputMode(AudioInputMode mode);
-
-    // Mixer: the sliders' values, taken by the next mixed chunk; bounds apply at `saveConfig`.
-    double mixedMicGain() const { return m_mixSettings.micGain; }
-    void setMixedMicGain(double gain);
-    double mixedSystemGain() const { return m_mixSettings.systemGain; }
-    void setMixedSystemGain(double gain);
-    bool mixedAutoDuckEnabled() const { return m_mixSettings.autoDuckEnabled; }
-    void setMixedAutoDuckEnabled(bool enabled);
-    double mixedDuckingStrength() const { return m_mixSettings.duckingStrength; }
-    void setMixedDuckingStrength(double strength);
-    bool mixedLimiterEnabled() const { return m_mixSettings.limiterEnabled; }
-    void setMixedLimiterEnabled(bool enabled);
-    MixPreset mixedPreset() const { return m_mixedPreset; }
-
-    // Run state
+    // Parts
     StatusLine* status() { return &m_status; }
+    const StatusLine* status() const { return &m_status; }
+    RecordingSettings* settings() { return &m_settings; }
+    const RecordingSettings* settings() const { return &m_settings; }
+    AudioSources* sources() { return &m_sources; }
+    const AudioSources* sources() const { return &m_sources; }
     PermissionPanel* permissions() { return &m_permissions; }
+    SessionHistory* history() { return &m_history; }
+    SupportTools* support() { return &m_support; }
+    const SupportTools* support() const { return &m_support; }
     RecordingMeters* meters() { return &m_meters; }
     const RecordingMeters* meters() const { return &m_meters; }
-    const StatusLine* status() const { return &m_status; }
+
+    // Run state
     RecordingRunState runState() const { return m_runState; }
     bool isRecording() const { return flagsOf(m_runState).isRecording; }
     bool isStartingRecording() const { return flagsOf(m_runState).isStartingRecording; }
@@ -279,15 +174,6 @@ public:
     std::optional<QUuid> highlightedPinId() const { return m_highlightedPinId; }
     const QString& sessionId() const { return m_sessionId; }
 
-    // History
-    SessionHistory* history() { return &m_history; }
-
-    // Support
-    bool isAudioTestRunning() const { return m_isAudioTestRunning; }
-    const QString& lastDiagnosticsFileName() const { return m_lastDiagnosticsFileName; }
-    const QString& memoAIBackendStatus() const { return m_memoAIBackendStatus; }
-    bool isCrashRecoveryRunning() const { return m_isCrashRecoveryRunning; }
-
     // Derived values, computed at each reading
     bool canStart() const;
     bool canStop() const;
@@ -302,18 +188,6 @@ public:
     qsizetype segmentCount() const { return m_segments.size(); }
     qsizetype pinCount() const { return m_pins.size(); }
     QList<TranscriptPin> pinsSortedByTimestamp() const;
-    /// "Auto" at 0, the device's name when listed, otherwise "Tuntematon".
-    QString selectedInputDeviceName() const;
-    bool isSelectedInputDeviceVirtual() const;
-    QString selectedSystemDisplayName() const;
-    QString micStatusLabel() const;
-
-    // Constants
-    static QStringList availableLanguages();
-    static QStringList availableModels();
-    static QString defaultBackendURL();
-    static QString defaultSharedAPIKey();
-    static QString defaultUpdateManifestURL();
 
     // Recording
     /// Clears the last session, creates a new one on the server, opens its stream and starts
@@ -333,67 +207,7 @@ public:
     /// Checks the session on the server and the stream, then unmutes.
     Q_INVOKABLE void resumeRecording();
 
-    // Settings
-    /// Normalises the configuration (trimmed endpoints, clamped mixer values written back to
-    /// the sliders), classifies the preset and stores it; "Asetukset tallennettu" with status.
-    Q_INVOKABLE void saveConfig(bool showStatus);
-    Q_INVOKABLE void useDefaultBackendURL();
-    Q_INVOKABLE void useDefaultSharedAPIKey();
-    Q_INVOKABLE void useDefaultUpdateManifestURL();
-    /// Takes the trimmed clipboard text as the API key and saves; with no text on the clipboard
-    /// only says so.
-    Q_INVOKABLE void useAPIKeyFromClipboard();
-    /// Puts the signed-in user's session token (trimmed; blank means none) into the in-memory
-    /// configuration, from which every request sends it. Nothing is stored.
-    Q_INVOKABLE void updateAuthContext(const QString& sessionToken);
-    /// Sets the preset's five mixer values, saves silently and names the preset in the status
-    /// line; `custom` changes nothing.
-    Q_INVOKABLE void applyMixPreset(vesnara::MixPreset preset);
-
-    // Sources
-    /// Lists the microphones again (real devices before virtual ones, each by name), names the
-    /// recommended one, and drops or normalises a selection that is no longer listed.
-    Q_INVOKABLE void refreshInputDevices();
-    /// Lists the outputs for system audio; without `allowAccessAttempt` and without the
-    /// permission the list is emptied and nobody is asked.
-    Q_INVOKABLE void refreshSystemAudioDisplays(bool allowAccessAttempt);
-    Q_INVOKABLE void refreshSystemAudioApplications(bool allowAccessAttempt);
-    /// The microphone picker: stores the choice (a wireless headset is kept and only explained)
-    /// and, during a running recording, switches the capture to it (adding the microphone to a
-    /// system-only recording).
-    Q_INVOKABLE void setPreferredInputDevice(quint32 id);
-    /// The output picker; takes effect at the next start of system capture.
-    Q_INVOKABLE void setPreferredSystemDisplay(quint32 id);
-    /// The application filter (trimmed; blank means all); takes effect at the next start.
-    Q_INVOKABLE void setPreferredSystemApplication(const QString& bundleID);
-
-    // Support
-    /// Listens to the sources of `inputMode` for `Timing::audioTestDuration` without a server,
-    /// then gives a verdict in the status and the figures with advice in the hint. Refused while
-    /// recording; ignored while a test runs.
-    Q_INVOKABLE void runAudioQualityTest();
-
 Q_SIGNALS:
-    void configChanged();
-    void languageChanged();
-    void sttModelChanged();
-    void exportFormatChanged();
-    void autoExportEnabledChanged();
-    void allowSystemFallbackChanged();
-    void availableInputDevicesChanged();
-    void selectedInputDeviceIDChanged();
-    void recommendedInputDeviceNameChanged();
-    void availableSystemDisplaysChanged();
-    void selectedSystemDisplayIDChanged();
-    void availableSystemApplicationsChanged();
-    void selectedSystemApplicationBundleIDChanged();
-    void inputModeChanged();
-    void mixedMicGainChanged();
-    void mixedSystemGainChanged();
-    void mixedAutoDuckEnabledChanged();
-    void mixedDuckingStrengthChanged();
-    void mixedLimiterEnabledChanged();
-    void mixedPresetChanged();
     void runStateChanged();
     void isRecordingChanged();
     void isStartingRecordingChanged();
@@ -407,24 +221,15 @@ Q_SIGNALS:
     void selectedPinIdChanged();
     void highlightedPinIdChanged();
     void sessionIdChanged();
-    void isAudioTestRunningChanged();
-    void lastDiagnosticsFileNameChanged();
-    void memoAIBackendStatusChanged();
-    void isCrashRecoveryRunningChanged();
-    /// One of the run-state flags, the segments, the pins or `sessionId` changed: the `can…`
-    /// values may have changed.
+    /// One of the run-state flags, the audio test, the segments, the pins or `sessionId`
+    /// changed: the `can…` values may have changed.
     void commandAvailabilityChanged();
-    /// The device or source names that the labels show may have changed.
-    void sourceLabelsChanged();
 
 private:
     // Construction (TranscriptionViewModel.cpp)
     void notifyRunStateChanged();
 
     // Private setters: each signals only a real change.
-    void setConfig(const STTConfiguration& config);
-    void setMixSettings(const MixSettings& settings);
-    void setMixedPreset(MixPreset preset);
     void setRunState(RecordingRunState state);
     void setStatusText(const QString& text);
     void setPauseElapsedLabel(const QString& label);
@@ -436,7 +241,6 @@ private:
     void setSelectedPinId(std::optional<QUuid> id);
     void setHighlightedPinId(std::optional<QUuid> id);
     void setSessionId(const QString& id);
-    void setAvailableInputDevices(QList<AudioInputDeviceOption> devices);
 
     // Recording (TranscriptionViewModelRecording.cpp)
     /// Starts the attempt task of a start; the caller has set everything up.
@@ -449,9 +253,6 @@ private:
                                        STTAPIClient apiClient);
     QCoro::Task<> startRecordingTimeout(QUuid attemptID, STTConfiguration config,
                                         STTAPIClient apiClient, CancellationToken token);
-    /// Throws `MicrophoneCaptureError::permissionDenied` when the microphone is needed and the
-    /// request is refused.
-    QCoro::Task<> ensurePermissionsForMode(AudioInputMode mode);
     /// Wires and starts the sources of `mode`; a failure propagates, the wiring stays for
     /// `deactivateLiveCapture`.
     void activateLiveCapture(AudioInputMode mode, WebSocketStreamClient* wsClient,
@@ -468,13 +269,6 @@ private:
     /// Stops a session whose start was given up, in the background, ignoring the outcome.
     static void stopSessionInBackground(STTAPIClient apiClient, STTConfiguration config,
                                         QString sessionId);
-    /// The device the start uses in place of `selected` (stable fallback), with its texts.
-    struct StableInputSelection {
-        quint32 deviceID = 0;
-        std::optional<QString> statusText;
-        std::optional<QString> diagnosticText;
-    };
-    StableInputSelection stableInputDeviceSelection(quint32 selected) const;
 
     // Transcript (TranscriptionViewModelTranscript.cpp)
     /// An event of `run`'s stream. Only the run on screen shows it; a detached run keeps its
@@ -580,55 +374,19 @@ private:
     QCoro::Task<> liveDeviceChange(AudioInputMode target, QPointer<WebSocketStreamClient> wsClient,
                                    std::optional<QString> statusOverride,
                                    std::optional<QString> diagnostic);
-    void savePreferredInputDevice();
+    /// The user picked a microphone: during a live recording it is switched to at once.
+    void handleInputDeviceChosen(quint32 previous, const StableInputSelection& selection);
 
-    // Audio test (TranscriptionViewModelAudioQuality.cpp)
-    QCoro::Task<> audioQualityTest(AudioInputMode mode, quint32 selectedMicID,
-                                   quint32 selectedSystemDisplayID,
-                                   QString selectedSystemApplicationBundleID,
-                                   CancellationToken token);
-    /// Wires and starts the sources of `mode` so that each frame's level is counted in `figures`.
-    void startAudioTestSources(AudioInputMode mode, quint32 selectedMicID,
-                               quint32 selectedSystemDisplayID,
-                               const QString& selectedSystemApplicationBundleID,
-                               std::shared_ptr<AudioTestFigures> figures);
-    void stopAudioTestSources();
-    void setIsAudioTestRunning(bool value);
-
-    // Owned objects and services
+    // Owned parts and services; the order is the order of construction.
     Timing m_timing;
     StatusLine m_status;
+    RecordingSettings m_settings;
     PermissionPanel m_permissions;
+    AudioSources m_sources;
+    SupportTools m_support;
     RecordingMeters m_meters;
     SessionHistory m_history;
-    STTConfigurationStore m_configStore;
     STTAPIClient m_apiClient;
-    MicrophoneCapture m_microphone;
-    SystemAudioCapture m_systemAudio;
-    Clipboard* m_clipboard = nullptr;
-    DesktopServices* m_desktopServices = nullptr;
-
-    // Settings
-    STTConfiguration m_config;
-    QString m_language;
-    QString m_sttModel;
-    TranscriptExportFormat m_exportFormat = TranscriptExportFormat::txt;
-    bool m_autoExportEnabled = false;
-    bool m_allowSystemFallback = true;
-
-    // Sources
-    QList<AudioInputDeviceOption> m_availableInputDevices;
-    quint32 m_selectedInputDeviceID = 0;
-    QString m_recommendedInputDeviceName;
-    QList<SystemAudioDisplayOption> m_availableSystemDisplays;
-    quint32 m_selectedSystemDisplayID = 0;
-    QList<SystemAudioApplicationOption> m_availableSystemApplications;
-    QString m_selectedSystemApplicationBundleID;
-    AudioInputMode m_inputMode = AudioInputMode::microphone;
-
-    // Mixer
-    MixSettings m_mixSettings;
-    MixPreset m_mixedPreset = MixPreset::custom;
 
     // Run state
     RecordingRunState m_runState = RecordingRunState::idle;
@@ -645,14 +403,6 @@ private:
     std::optional<QUuid> m_highlightedPinId;
     QString m_sessionId;
 
-    // History
-
-    // Support
-    bool m_isAudioTestRunning = false;
-    QString m_lastDiagnosticsFileName;
-    QString m_memoAIBackendStatus;
-    bool m_isCrashRecoveryRunning = false;
-
     // Stream
     /// The stream of the recording; a child of this object, disposed with `deleteLater`.
     QPointer<WebSocketStreamClient> m_webSocketClient;
@@ -662,7 +412,6 @@ private:
     StoredTask m_transcriptPollTask;
     StoredTask m_sessionMetaPollTask;
     StoredTask m_audioKeepAliveTask;
-    StoredTask m_audioTestTask;
     StoredTask m_microphoneLivenessTask;
     StoredTask m_pauseTickerTask;
     StoredTask m_startRecordingTimeoutTask;

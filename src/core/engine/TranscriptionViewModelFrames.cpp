@@ -42,11 +42,12 @@ TranscriptionViewModel::makeFrameHook(FrameSource source, AudioInputMode mode,
 void TranscriptionViewModel::installFrameHooks(AudioInputMode mode,
                                                WebSocketStreamClient* wsClient) {
     if (usesMicrophone(mode))
-        m_microphone.onPCMFrame = makeFrameHook(FrameSource::microphone, mode, wsClient);
+        m_sources.microphone().onPCMFrame = makeFrameHook(FrameSource::microphone, mode, wsClient);
     if (usesSystemAudio(mode)) {
-        m_systemAudio.onPCMFrame = makeFrameHook(FrameSource::systemAudio, mode, wsClient);
+        m_sources.systemAudio().onPCMFrame =
+            makeFrameHook(FrameSource::systemAudio, mode, wsClient);
         const quint64 generation = m_captureGeneration;
-        m_systemAudio.onRawAudioSample = [this, generation] {
+        m_sources.systemAudio().onRawAudioSample = [this, generation] {
             QMetaObject::invokeMethod(
                 this,
                 [this, generation] {
@@ -94,7 +95,8 @@ void TranscriptionViewModel::handleOutgoingPCMFrame(const QByteArray& frame,
 }
 
 void TranscriptionViewModel::drainMixedFrames(WebSocketStreamClient* wsClient) {
-    const QList<QByteArray> frames = vesnara::drainMixedFrames(m_mixerQueues, m_mixSettings);
+    const QList<QByteArray> frames =
+        vesnara::drainMixedFrames(m_mixerQueues, m_settings.mixSettings());
     for (const QByteArray& frame : frames) {
         // Sending may end the recording through a stream event handled later, never in here.
         handleOutgoingPCMFrame(frame, wsClient);

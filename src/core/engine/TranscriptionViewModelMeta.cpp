@@ -50,10 +50,10 @@ void TranscriptionViewModel::applySessionMeta(const SessionMetaResponse& meta) {
                           figures.outgoingAudioPeak);
 
     LiveHintInputs inputs;
-    inputs.mode = m_inputMode;
+    inputs.mode = m_sources.inputMode();
     inputs.isRecordingUnderWay = isStartingRecording() || isRecording() || isResumingRecording();
     inputs.isPaused = isPaused();
-    inputs.allowSystemFallback = m_allowSystemFallback;
+    inputs.allowSystemFallback = m_settings.allowSystemFallback();
     inputs.hasStreamClient = !m_webSocketClient.isNull();
     inputs.hasAttemptedMixedMicrophoneRestart = m_hasAttemptedMixedMicrophoneRestart;
     inputs.micFramesSeen = m_meters.microphone().frames;
@@ -69,7 +69,8 @@ void TranscriptionViewModel::applySessionMeta(const SessionMetaResponse& meta) {
         return;
     }
     if (decision.tryStableMicrophoneFallbackFirst &&
-        attemptStableMicrophoneFallback(decision.repairTrigger, m_inputMode, m_webSocketClient))
+        attemptStableMicrophoneFallback(decision.repairTrigger, m_sources.inputMode(),
+                                        m_webSocketClient))
         return;
 
     const qint64 frames = meta.audioFrameCount.value_or(0);

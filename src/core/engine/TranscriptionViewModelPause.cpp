@@ -38,7 +38,8 @@ void TranscriptionViewModel::resumeRecording() {
     setRunState(RecordingRunState::resuming);
     m_resumeAttemptID = QUuid::createUuid();
     scheduleResumeRecordingTimeout(m_resumeAttemptID);
-    runResumeAttempt(m_resumeAttemptID, m_sessionId, m_config, m_apiClient, m_webSocketClient);
+    runResumeAttempt(m_resumeAttemptID, m_sessionId, m_settings.config(), m_apiClient,
+                     m_webSocketClient);
 }
 
 QCoro::Task<> TranscriptionViewModel::runResumeAttempt(QUuid attemptID, QString sessionId,
@@ -74,9 +75,9 @@ QCoro::Task<> TranscriptionViewModel::runResumeAttempt(QUuid attemptID, QString 
     setRunState(RecordingRunState::recording);
     stopPauseTracking();
     setDiagnosticHint({});
-    setListeningStatus(m_inputMode);
+    setListeningStatus(m_sources.inputMode());
     AppLog::write(u"recording resumed session=%1 mode=%2 capture=unmuted"_s.arg(
-        m_sessionId, rawValue(m_inputMode)));
+        m_sessionId, rawValue(m_sources.inputMode())));
 }
 
 void TranscriptionViewModel::scheduleResumeRecordingTimeout(QUuid attemptID) {
@@ -96,8 +97,8 @@ QCoro::Task<> TranscriptionViewModel::resumeRecordingTimeout(QUuid attemptID,
     setRunState(RecordingRunState::paused);
     setStatusText(UiText::statusResumeTimedOut);
     setDiagnosticHint(UiText::hintResumeTimedOut);
-    AppLog::write(
-        u"resumeRecording timeout session=%1 mode=%2"_s.arg(m_sessionId, rawValue(m_inputMode)));
+    AppLog::write(u"resumeRecording timeout session=%1 mode=%2"_s.arg(
+        m_sessionId, rawValue(m_sources.inputMode())));
 }
 
 // Pause tracking
@@ -157,7 +158,7 @@ void TranscriptionViewModel::handleRemoteSessionStopped(
     AppLog::write(u"remote session stopped reason=%1 session=%2 status=%3"_s.arg(
         reason, m_sessionId, status));
     const QString sessionId = m_sessionId;
-    const STTConfiguration config = m_config;
+    const STTConfiguration config = m_settings.config();
 
     endRun(RunEnd::stoppedRemotely);
     setStatusText(remoteStopStatusText(reason));
@@ -183,7 +184,7 @@ QCoro::Task<> TranscriptionViewModel::fetchTranscriptAfterRemoteStop(
     if (!sessionMeta)
         co_return;
     if (const auto hint =
-            emptyResultHintAfterRemoteStop(m_segments.size(), *sessionMeta, m_inputMode))
+            emptyResultHintAfterRemoteStop(m_segments.size(), *sessionMeta, m_sources.inputMode()))
         setDiagnosticHint(*hint);
 }
 

@@ -29,7 +29,7 @@ QCoro::Task<> stopSessionQuietly(STTAPIClient apiClient, STTConfiguration config
 void TranscriptionViewModel::startRecording() {
     if (isLive(m_runState))
         return;
-    if (m_isAudioTestRunning) {
+    if (m_support.isAudioTestRunning()) {
         setStatusText(UiText::statusWaitForAudioTest);
         return;
     }
@@ -51,7 +51,6 @@ void TranscriptionViewModel::startRecording() {
     m_transcriptPollTask.cancelAndClear();
     m_sessionMetaPollTask.cancelAndClear();
     m_audioKeepAliveTask.cancelAndClear();
-    m_audioTestTask.cancelAndClear();
 
     setSessionId({});
     resetRunFigures();
@@ -67,23 +66,21 @@ void TranscriptionViewModel::startRecording() {
     m_startAttemptID = QUuid::createUuid();
     const QUuid attemptID = m_startAttemptID;
 
-    const StableInputSelection selection = stableInputDeviceSelection(m_selectedInputDeviceID);
-    if (selection.deviceID != m_selectedInputDeviceID) {
-        setSelectedInputDeviceID(selection.deviceID);
-        STTConfiguration config = m_config;
-        config.preferredInputDeviceID = preferredDeviceId(selection.deviceID);
-        setConfig(config);
-        m_configStore.save(m_config);
-    }
+    const StableInputSelection selection =
+        m_sources.stableInputDeviceSelection(m_sources.selectedInputDeviceID());
+    if (selection.deviceID != m_sources.selectedInputDeviceID())
+        m_sources.selectInputDevice(selection.deviceID);
     if (selection.diagnosticText)
         setDiagnosticHint(*selection.diagnosticText);
 
-    AppLog::write(u"startRecording mode=%1 language=%2 model=%3"_s.arg(rawValue(m_inputMode),
-                                                                       m_language, m_sttModel));
-    scheduleStartRecordingTimeout(attemptID, m_config, m_apiClient);
+    AppLog::write(u"startRecording mode=%1 language=%2 model=%3"_s.arg(
+        rawValue(m_sources.inputMode()), m_settings.language(), m_settings.sttModel()));
+    scheduleStartRecordingTimeout(attemptID, m_settings.config(), m_apiClient);
     // The attempt runs on by itself; its handle is not kept, like the product's one-shot start.
-    runStartAttempt(m_run, attemptID, m_config, m_apiClient, m_language, m_sttModel, m_inputMode,
-                    m_selectedSystemDisplayID, m_selectedSystemApplicationBundleID);
+    runStartAttempt(m_run, attemptID, m_settings.config(), m_apiClient, m_settings.language(),
+                    m_settings.sttModel(), m_sources.inputMode(),
+                    m_sources.selectedSystemDisplayID(),
+                    m_sources.selectedSystemApplicationBundleID());
 }
 
 QCoro::Task<> TranscriptionViewModel::runStartAttempt(std::shared_ptr<RecordingRun> run,
@@ -99,7 +96,7 @@ QCoro::Task<> TranscriptionViewModel::runStartAttempt(std::shared_ptr<RecordingR
     std::exception_ptr failure;
 
     try {
-        co_await ensurePermissionsForMode(mode);
+        co_await m_permissions.requirePermissionsFor(mode);
     } catch (...) {
         failure = std::current_exception();
     }
@@ -155,7 +152,7 @@ QCoro::Task<> TranscriptionViewModel::runStartAttempt(std::shared_ptr<RecordingR
     m_webSocketClient = client;
 
     try {
-        activateLiveCapture(mode, client, m_selectedInputDeviceID, systemDisplayID,
+        activateLiveCapture(mode, client, m_sources.selectedInputDeviceID(), systemDisplayID,
                             systemApplicationBundleID);
     } catch (...) {
         failure = std::current_exception();
@@ -216,57 +213,50 @@ void TranscriptionViewModel::stopSessionInBackground(STTAPIClient apiClient,
     stopSessionQuietly(std::move(apiClient), std::move(config), std::move(sessionId));
 }
 
-QCoro::Task<> TranscriptionViewModel::ensurePermissionsForMode(AudioInputMode mode) {
-    if (!usesMicrophone(mode))
-        co_return;
-    const bool granted = co_await m_permissions.requestMicrophoneAccess();
-    if (!granted)
-        throw MicrophoneCaptureError(MicrophoneCaptureError::Kind::permissionDenied);
-}
-
 void TranscriptionViewModel::activateLiveCapture(AudioInputMode mode,
                                                  WebSocketStreamClient* wsClient,
                                                  quint32 selectedMicID,
                                                  quint32 selectedSystemDisplayID,
                                                  const QString& selectedSystemApplicationBundleID) {
     if (usesSystemAudio(mode)) {
-        m_systemAudio.preferredDisplayID = preferredDeviceId(selectedSystemDisplayID);
-        m_systemAudio.preferredApplicationBundleID =
+        m_sources.systemAudio().preferredDisplayID = preferredDeviceId(selectedSystemDisplayID);
+        m_sources.systemAudio().preferredApplicationBundleID =
             preferredApplicationId(selectedSystemApplicationBundleID);
     } else {
-        m_systemAudio.onRawAudioSample = {};
+        m_sources.systemAudio().onRawAudioSample = {};
     }
     installFrameHooks(mode, wsClient);
     if (usesMicrophone(mode)) {
-        m_microphone.preferredInputDeviceID = preferredDeviceId(selectedMicID);
-        m_microphone.start();
+        m_sources.microphone().preferredInputDeviceID = preferredDeviceId(selectedMicID);
+        m_sources.microphone().start();
     }
     if (usesSystemAudio(mode)) {
-        m_systemAudio.start();
+        m_sources.systemAudio().start();
         m_permissions.systemAudioCaptureStarted();
     }
-    Q_EMIT sourceLabelsChanged();
+    m_sources.notifyActiveSourcesChanged();
 }
 
 void TranscriptionViewModel::deactivateLiveCapture() {
     m_microphoneLivenessTask.cancelAndClear();
-    m_microphone.onPCMFrame = {};
-    m_microphone.stop();
-    m_systemAudio.onPCMFrame = {};
-    m_systemAudio.onRawAudioSample = {};
-    m_systemAudio.stop();
+    m_sources.microphone().onPCMFrame = {};
+    m_sources.microphone().stop();
+    m_sources.systemAudio().onPCMFrame = {};
+    m_sources.systemAudio().onRawAudioSample = {};
+    m_sources.systemAudio().stop();
     m_mixerQueues.pendingMicChunks.clear();
     m_mixerQueues.pendingSystemChunks.clear();
     m_mixerQueues.mixedLagDropMicChunks = 0;
     m_mixerQueues.mixedLagDropSystemChunks = 0;
     m_meters.setMixedLagDrops(0, 0);
     ++m_captureGeneration;
-    Q_EMIT sourceLabelsChanged();
+    m_sources.notifyActiveSourcesChanged();
 }
 
 void TranscriptionViewModel::setListeningStatus(AudioInputMode mode) {
-    const ListeningSourceNames names{m_microphone.activeInputDeviceName(),
-                                     selectedInputDeviceName(), m_systemAudio.activeSourceName()};
+    const ListeningSourceNames names{m_sources.microphone().activeInputDeviceName(),
+                                     m_sources.selectedInputDeviceName(),
+                                     m_sources.systemAudio().activeSourceName()};
     setStatusText(listeningStatusText(mode, isPaused(), names));
 }
 

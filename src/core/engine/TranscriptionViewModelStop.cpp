@@ -33,8 +33,8 @@ void TranscriptionViewModel::stopRecording() {
     endRun(RunEnd::stoppedByUser);
     AppLog::write(u"stopRecording session=%1"_s.arg(m_sessionId));
 
-    finishStop(m_run, m_webSocketClient, Timestamp::now(), m_segments, m_language, m_sttModel,
-               m_config, m_apiClient);
+    finishStop(m_run, m_webSocketClient, Timestamp::now(), m_segments, m_settings.language(),
+               m_settings.sttModel(), m_settings.config(), m_apiClient);
 }
 
 void TranscriptionViewModel::endRun(RunEnd end) {
@@ -117,7 +117,7 @@ QCoro::Task<> TranscriptionViewModel::finishStop(std::shared_ptr<RecordingRun> r
 
     const SentAudioFigures figures{m_meters.audioFramesSent(), m_meters.outgoingAudioLevel(),
                                    m_meters.outgoingAudioPeak()};
-    const AudioInputMode mode = m_inputMode;
+    const AudioInputMode mode = m_sources.inputMode();
     autoExportAfterStopIfEnabled();
     resetRunFigures();
     setRunState(RecordingRunState::idle);

@@ -34,12 +34,12 @@ void TranscriptionViewModel::handleStreamEvent(const std::shared_ptr<RecordingRu
         setInterimText({});
         m_meters.setLastFinalReceivedAt(now);
         if (isRecording() && !isPaused())
-            setListeningStatus(m_inputMode);
+            setListeningStatus(m_sources.inputMode());
         return;
     }
     if (const auto* status = event.as<StreamEvent::Status>()) {
         if (status->model && !status->model->isEmpty())
-            setSttModel(*status->model);
+            m_settings.setSttModel(*status->model);
         const StreamStatusOutcome outcome = streamStatusOutcome(
             status->state,
             {isPaused(), isStartingRecording() || isRecording() || isResumingRecording()});
@@ -48,7 +48,7 @@ void TranscriptionViewModel::handleStreamEvent(const std::shared_ptr<RecordingRu
             setStatusText(outcome.text);
             break;
         case StreamStatusOutcome::Action::showListeningStatus:
-            setListeningStatus(m_inputMode);
+            setListeningStatus(m_sources.inputMode());
             break;
         case StreamStatusOutcome::Action::endRecording:
             handleRemoteSessionStopped(std::nullopt, RemoteStopReason::streamStatusStopped);

@@ -28,13 +28,20 @@ target_sources(vesnara_core PRIVATE
     )
 
 target_sources(vesnara_core PRIVATE
+    ${CMAKE_CURRENT_LIST_DIR}/AssignIfChanged.h
     ${CMAKE_CURRENT_LIST_DIR}/RecordingRun.h
+    ${CMAKE_CURRENT_LIST_DIR}/parts/AudioSources.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/parts/AudioSources.h
     ${CMAKE_CURRENT_LIST_DIR}/parts/PermissionPanel.cpp
     ${CMAKE_CURRENT_LIST_DIR}/parts/PermissionPanel.h
     ${CMAKE_CURRENT_LIST_DIR}/parts/RecordingMeters.cpp
     ${CMAKE_CURRENT_LIST_DIR}/parts/RecordingMeters.h
     ${CMAKE_CURRENT_LIST_DIR}/parts/SessionHistory.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/parts/RecordingSettings.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/parts/RecordingSettings.h
     ${CMAKE_CURRENT_LIST_DIR}/parts/SessionHistory.h
+    ${CMAKE_CURRENT_LIST_DIR}/parts/SupportTools.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/parts/SupportTools.h
     ${CMAKE_CURRENT_LIST_DIR}/StatusLine.cpp
     ${CMAKE_CURRENT_LIST_DIR}/StatusLine.h
     ${CMAKE_CURRENT_LIST_DIR}/StoredTask.cpp

@@ -2,8 +2,6 @@
 target_sources(vesnara_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/TranscriptionViewModel.cpp
     ${CMAKE_CURRENT_LIST_DIR}/TranscriptionViewModel.h
-    ${CMAKE_CURRENT_LIST_DIR}/TranscriptionViewModelAudioQuality.cpp
-    ${CMAKE_CURRENT_LIST_DIR}/TranscriptionViewModelConfig.cpp
     ${CMAKE_CURRENT_LIST_DIR}/TranscriptionViewModelFrames.cpp
     ${CMAKE_CURRENT_LIST_DIR}/TranscriptionViewModelMeta.cpp
     ${CMAKE_CURRENT_LIST_DIR}/TranscriptionViewModelPause.cpp

@@ -97,6 +97,14 @@ QCoro::Task<bool> PermissionPanel::requestMicrophoneAccess() {
     co_return co_await requestMicrophonePermission(m_permissionProbe);
 }
 
+QCoro::Task<> PermissionPanel::requirePermissionsFor(AudioInputMode mode) {
+    if (!usesMicrophone(mode))
+        co_return;
+    const bool granted = co_await requestMicrophoneAccess();
+    if (!granted)
+        throw MicrophoneCaptureError(MicrophoneCaptureError::Kind::permissionDenied);
+}
+
 void PermissionPanel::requestMicrophonePermissionFromUI() {
     if (m_isRequestingMicrophonePermission)
         return;

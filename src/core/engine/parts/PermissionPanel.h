@@ -2,6 +2,7 @@
 
 #include "audio/MicrophonePermissionSnapshot.h"
 #include "audio/SystemAudioPermissionSnapshot.h"
+#include "model/AudioInputMode.h"
 #include "model/Timing.h"
 #include "platform/DesktopServices.h"
 
@@ -115,6 +116,9 @@ public:
     /// Granted without a probe; otherwise the platform's request flow. The probe travels with
     /// the request, which never reaches back into this object.
     QCoro::Task<bool> requestMicrophoneAccess();
+    /// Throws `MicrophoneCaptureError` (`permissionDenied`) when `mode` needs the microphone and
+    /// the request is refused; touches nothing of this object after its wait.
+    QCoro::Task<> requirePermissionsFor(AudioInputMode mode);
     /// Applies a snapshot of the microphone's current state; nothing without a probe.
     void applyMicrophonePermissionSnapshot();
     /// Applies a system audio snapshot from the current preflight and `probeResult`; nothing

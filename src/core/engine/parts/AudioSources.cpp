@@ -1,0 +1,299 @@
+#include "engine/parts/AudioSources.h"
+
+#include "audio/InputDeviceSelection.h"
+#include "audio/SystemAudioCaptureError.h"
+#include "engine/AssignIfChanged.h"
+#include "engine/StatusLine.h"
+#include "engine/parts/PermissionPanel.h"
+#include "engine/parts/RecordingSettings.h"
+#include "storage/AppLog.h"
+#include "text/UiText.h"
+
+#include <QCollator>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace vesnara {
+
+namespace {
+
+template <typename Option> void sortByName(QList<Option>& options) {
+    QCollator collator;
+    collator.setCaseSensitivity(Qt::CaseInsensitive);
+    std::stable_sort(options.begin(), options.end(), [&collator](const Option& a, const Option& b) {
+        return collator.compare(a.name, b.name) < 0;
+    });
+}
+
+} // namespace
+
+AudioSources::AudioSources(AudioInputBackend& inputBackend, SystemAudioBackend& systemBackend,
+                           const Timing& timing, RecordingSettings& settings, StatusLine& status,
+                           const PermissionPanel& permissions, QObject* parent)
+    : QObject(parent)
+    , m_microphone(inputBackend)
+    , m_systemAudio(systemBackend, timing)
+    , m_settings(settings)
+    , m_status(status)
+    , m_permissions(permissions) {
+    const STTConfiguration& config = settings.config();
+    m_selectedInputDeviceID = config.preferredInputDeviceID.value_or(0);
+    m_selectedSystemDisplayID = config.preferredSystemDisplayID.value_or(0);
+    m_selectedSystemApplicationBundleID =
+        config.preferredSystemApplicationBundleID.value_or(QString());
+}
+
+AudioSources::~AudioSources() {
+    m_microphone.onPCMFrame = {};
+    m_microphone.stop();
+    m_systemAudio.onPCMFrame = {};
+    m_systemAudio.onRawAudioSample = {};
+    m_systemAudio.stop();
+}
+
+// Labels
+
+QString AudioSources::selectedInputDeviceName() const {
+    if (m_selectedInputDeviceID == 0)
+        return UiText::automaticSource;
+    for (const auto& device : m_availableInputDevices) {
+        if (device.id == m_selectedInputDeviceID)
+            return device.name;
+    }
+    return UiText::unknownInputDevice;
+}
+
+bool AudioSources::isSelectedInputDeviceVirtual() const {
+    if (m_selectedInputDeviceID == 0)
+        return false;
+    for (const auto& device : m_availableInputDevices) {
+        if (device.id == m_selectedInputDeviceID)
+            return device.isVirtual;
+    }
+    return false;
+}
+
+QString AudioSources::selectedSystemDisplayName() const {
+    if (m_selectedSystemDisplayID == 0)
+        return UiText::automaticSource;
+    for (const auto& display : m_availableSystemDisplays) {
+        if (display.id == m_selectedSystemDisplayID)
+            return display.name;
+    }
+    return UiText::unknownSystemDisplay;
+}
+
+QString AudioSources::systemAudioSourceName() const {
+    const QString& active = m_systemAudio.activeSourceName();
+    return active.isEmpty() ? UiText::systemAudioSourceFallbackName : active;
+}
+
+QString AudioSources::micStatusLabel() const {
+    switch (m_inputMode) {
+    case AudioInputMode::microphone:
+        return selectedInputDeviceName();
+    case AudioInputMode::systemAudio:
+        return systemAudioSourceName();
+    case AudioInputMode::microphoneAndSystem:
+        return selectedInputDeviceName() + u" + "_s + systemAudioSourceName();
+    }
+    return selectedInputDeviceName();
+}
+
+void AudioSources::notifyActiveSourcesChanged() {
+    Q_EMIT sourceLabelsChanged();
+}
+
+// Pickers
+
+void AudioSources::selectInputDevice(quint32 id) {
+    setSelectedInputDeviceID(id);
+    m_settings.storePreferredInputDevice(preferredDeviceId(id));
+}
+
+StableInputSelection AudioSources::stableInputDeviceSelection(quint32 selected) const {
+    if (selected == 0)
+        return {selected, std::nullopt, std::nullopt};
+    const auto fallback = m_microphone.stableFallbackInputDevice(selected);
+    if (!fallback)
+        return {selected, std::nullopt, std::nullopt};
+    QString name = UiText::selectedBluetoothMicrophone;
+    for (const auto& device : m_availableInputDevices) {
+        if (device.id == selected)
+            name = device.name;
+    }
+    AppLog::write(u"microphone wireless headset selected requested=%1 fallbackAvailable=%2"_s.arg(
+        name, fallback->name));
+    return {selected, UiText::statusMicrophoneUpdatedTo(name),
+            UiText::hintWirelessHeadsetSelected(name, fallback->name)};
+}
+
+void AudioSources::setPreferredInputDevice(quint32 id) {
+    const quint32 previous = m_selectedInputDeviceID;
+    const StableInputSelection selection = stableInputDeviceSelection(id);
+    selectInputDevice(selection.deviceID);
+    Q_EMIT inputDeviceChosen(previous, selection);
+}
+
+void AudioSources::setPreferredSystemDisplay(quint32 id) {
+    setSelectedSystemDisplayID(id);
+    m_settings.storePreferredSystemDisplay(preferredDeviceId(id));
+    m_status.setStatusText(UiText::statusSystemAudioSourceUpdated);
+}
+
+void AudioSources::setPreferredSystemApplication(const QString& bundleID) {
+    const QString trimmed = bundleID.trimmed();
+    setSelectedSystemApplicationBundleID(trimmed);
+    m_settings.storePreferredSystemApplication(preferredApplicationId(trimmed));
+    m_status.setStatusText(UiText::statusSystemAudioApplicationFilterUpdated);
+}
+
+// Listings
+
+void AudioSources::refreshInputDevices() {
+    QList<AudioInputDeviceOption> devices = m_microphone.listAvailableInputDevices();
+    QList<AudioInputDeviceOption> real, virtualDevices;
+    for (const auto& device : devices)
+        (device.isVirtual ? virtualDevices : real).append(device);
+    sortByName(real);
+    sortByName(virtualDevices);
+    setAvailableInputDevices(real + virtualDevices);
+
+    AudioInputBackend& backend = m_microphone.backend();
+    const auto classified = classifyInputDevices(backend.listInputDevices());
+    QString recommended;
+    if (const auto stable =
+            preferredStableInputDevice(classified, std::nullopt, backend.defaultInputDeviceId())) {
+        recommended = stable->name;
+    } else {
+        const auto firstReal =
+            std::find_if(m_availableInputDevices.cbegin(), m_availableInputDevices.cend(),
+                         [](const AudioInputDeviceOption& device) { return !device.isVirtual; });
+        if (firstReal != m_availableInputDevices.cend())
+            recommended = firstReal->name;
+    }
+    setRecommendedInputDeviceName(recommended);
+
+    if (m_selectedInputDeviceID != 0 &&
+        std::none_of(m_availableInputDevices.begin(), m_availableInputDevices.end(),
+                     [this](const AudioInputDeviceOption& device) {
+                         return device.id == m_selectedInputDeviceID;
+                     }))
+        selectInputDevice(0);
+    if (m_selectedInputDeviceID != 0) {
+        const StableInputSelection selection = stableInputDeviceSelection(m_selectedInputDeviceID);
+        if (selection.deviceID != m_selectedInputDeviceID) {
+            selectInputDevice(selection.deviceID);
+            AppLog::write(
+                u"microphone config normalized to stable fallback id=%1"_s.arg(selection.deviceID));
+        }
+    }
+}
+
+void AudioSources::refreshSystemAudioDisplays(bool allowAccessAttempt) {
+    if (!allowAccessAttempt && !m_permissions.systemAudioPreflight()) {
+        setAvailableSystemDisplays({});
+        return;
+    }
+    QList<SystemAudioDisplayOption> displays;
+    try {
+        displays = m_systemAudio.listDisplaySources();
+    } catch (const SystemAudioCaptureError& error) {
+        // A listing that failed says nothing about the stored choice.
+        AppLog::write(u"system audio outputs listing failed error=%1"_s.arg(error.description()));
+        setAvailableSystemDisplays({});
+        return;
+    }
+    sortByName(displays);
+    setAvailableSystemDisplays(displays);
+    if (m_selectedSystemDisplayID != 0 &&
+        std::none_of(displays.begin(), displays.end(), [this](const SystemAudioDisplayOption& d) {
+            return d.id == m_selectedSystemDisplayID;
+        })) {
+        setSelectedSystemDisplayID(0);
+        m_settings.storePreferredSystemDisplay(std::nullopt);
+    }
+}
+
+void AudioSources::refreshSystemAudioApplications(bool allowAccessAttempt) {
+    if (!allowAccessAttempt && !m_permissions.systemAudioPreflight()) {
+        setAvailableSystemApplications({});
+        return;
+    }
+    QList<SystemAudioApplicationOption> applications;
+    try {
+        applications = m_systemAudio.listApplicationSources();
+    } catch (const SystemAudioCaptureError& error) {
+        AppLog::write(
+            u"system audio applications listing failed error=%1"_s.arg(error.description()));
+        setAvailableSystemApplications({});
+        return;
+    }
+    sortByName(applications);
+    setAvailableSystemApplications(applications);
+    if (!m_selectedSystemApplicationBundleID.isEmpty() &&
+        std::none_of(applications.begin(), applications.end(),
+                     [this](const SystemAudioApplicationOption& application) {
+                         return application.bundleIdentifier == m_selectedSystemApplicationBundleID;
+                     })) {
+        setSelectedSystemApplicationBundleID({});
+        m_settings.storePreferredSystemApplication(std::nullopt);
+    }
+}
+
+// Setters
+
+void AudioSources::setSelectedInputDeviceID(quint32 id) {
+    if (!assignIfChanged(m_selectedInputDeviceID, id))
+        return;
+    Q_EMIT selectedInputDeviceIDChanged();
+    Q_EMIT sourceLabelsChanged();
+}
+
+void AudioSources::setSelectedSystemDisplayID(quint32 id) {
+    if (!assignIfChanged(m_selectedSystemDisplayID, id))
+        return;
+    Q_EMIT selectedSystemDisplayIDChanged();
+    Q_EMIT sourceLabelsChanged();
+}
+
+void AudioSources::setSelectedSystemApplicationBundleID(const QString& bundleID) {
+    if (assignIfChanged(m_selectedSystemApplicationBundleID, bundleID))
+        Q_EMIT selectedSystemApplicationBundleIDChanged();
+}
+
+void AudioSources::setAvailableInputDevices(QList<AudioInputDeviceOption> devices) {
+    if (!assignIfChanged(m_availableInputDevices, std::move(devices)))
+        return;
+    Q_EMIT availableInputDevicesChanged();
+    Q_EMIT sourceLabelsChanged();
+}
+
+void AudioSources::setRecommendedInputDeviceName(const QString& name) {
+    if (assignIfChanged(m_recommendedInputDeviceName, name))
+        Q_EMIT recommendedInputDeviceNameChanged();
+}
+
+void AudioSources::setAvailableSystemDisplays(QList<SystemAudioDisplayOption> displays) {
+    if (!assignIfChanged(m_availableSystemDisplays, std::move(displays)))
+        return;
+    Q_EMIT availableSystemDisplaysChanged();
+    Q_EMIT sourceLabelsChanged();
+}
+
+void AudioSources::setAvailableSystemApplications(
+    QList<SystemAudioApplicationOption> applications) {
+    if (assignIfChanged(m_availableSystemApplications, std::move(applications)))
+        Q_EMIT availableSystemApplicationsChanged();
+}
+
+void AudioSources::setInputMode(AudioInputMode mode) {
+    if (!assignIfChanged(m_inputMode, mode))
+        return;
+    Q_EMIT inputModeChanged();
+    Q_EMIT sourceLabelsChanged();
+}
+
+} // namespace vesnara

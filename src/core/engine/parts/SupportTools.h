@@ -1,0 +1,77 @@
+#pragma once
+
+#include "async/CancellationToken.h"
+#include "engine/StoredTask.h"
+#include "model/AudioInputMode.h"
+#include "model/Timing.h"
+
+#include <QCoroTask>
+#include <QObject>
+
+#include <functional>
+#include <memory>
+
+namespace vesnara {
+
+class AudioSources;
+class PermissionPanel;
+class StatusLine;
+struct AudioTestFigures;
+
+/// The tools around recording that help when something is wrong: the audio test today; the
+/// memo's backend status, the diagnostics file and crash recovery report here too.
+class SupportTools final : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(bool isAudioTestRunning READ isAudioTestRunning NOTIFY isAudioTestRunningChanged)
+    Q_PROPERTY(QString lastDiagnosticsFileName READ lastDiagnosticsFileName NOTIFY
+                   lastDiagnosticsFileNameChanged)
+    Q_PROPERTY(
+        QString memoAIBackendStatus READ memoAIBackendStatus NOTIFY memoAIBackendStatusChanged)
+    Q_PROPERTY(bool isCrashRecoveryRunning READ isCrashRecoveryRunning NOTIFY
+                   isCrashRecoveryRunningChanged)
+
+public:
+    /// `recordingHoldsSources` tells whether a recording starts or runs, which owns the sources.
+    /// Everything referenced must outlive the object.
+    SupportTools(AudioSources& sources, PermissionPanel& permissions, StatusLine& status,
+                 const Timing& timing, std::function<bool()> recordingHoldsSources,
+                 QObject* parent = nullptr);
+    ~SupportTools() override;
+
+    bool isAudioTestRunning() const { return m_isAudioTestRunning; }
+    const QString& lastDiagnosticsFileName() const { return m_lastDiagnosticsFileName; }
+    const QString& memoAIBackendStatus() const { return m_memoAIBackendStatus; }
+    bool isCrashRecoveryRunning() const { return m_isCrashRecoveryRunning; }
+
+    /// Listens to the sources of the input mode for `Timing::audioTestDuration` without a
+    /// server, then gives a verdict in the status and the figures with advice in the hint.
+    /// Refused while a recording starts or runs; ignored while a test runs.
+    Q_INVOKABLE void runAudioQualityTest();
+
+Q_SIGNALS:
+    void isAudioTestRunningChanged();
+    void lastDiagnosticsFileNameChanged();
+    void memoAIBackendStatusChanged();
+    void isCrashRecoveryRunningChanged();
+
+private:
+    QCoro::Task<> audioQualityTest(AudioInputMode mode, CancellationToken token);
+    /// Wires and starts the sources of `mode` so that each frame's level is counted in `figures`.
+    void startAudioTestSources(AudioInputMode mode, std::shared_ptr<AudioTestFigures> figures);
+    void stopAudioTestSources();
+    void setIsAudioTestRunning(bool value);
+
+    AudioSources& m_sources;
+    PermissionPanel& m_permissions;
+    StatusLine& m_status;
+    const Timing& m_timing;
+    std::function<bool()> m_recordingHoldsSources;
+    StoredTask m_audioTestTask;
+
+    bool m_isAudioTestRunning = false;
+    QString m_lastDiagnosticsFileName;
+    QString m_memoAIBackendStatus;
+    bool m_isCrashRecoveryRunning = false;
+};
+
+} // namespace vesnara
