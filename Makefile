@@ -46,7 +46,8 @@ run: build
 
 format:
 	git ls-files -co --exclude-standard -- 'src/*.cpp' 'src/*.h' 'tests/*.cpp' 'tests/*.h' \
-		'bench/*.cpp' 'bench/*.h' | xargs -r clang-format -i
+		'bench/*.cpp' 'bench/*.h' | while read -r f; do [ -f "$$f" ] && echo "$$f"; done \
+		| xargs -r clang-format -i
 
 check-format:
 	scripts/check-format
