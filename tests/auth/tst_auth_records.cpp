@@ -5,6 +5,7 @@
 #include "auth/AuthAdminUser.h"
 #include "auth/AuthLoginResponse.h"
 #include "model/JsonReader.h"
+#include "support/ScriptedDialogs.h"
 
 #include <QSignalSpy>
 
@@ -172,6 +173,30 @@ private Q_SLOTS:
         QCOMPARE(preferences.string(AuthManager::authURLKey), std::optional(u"http://uusi.test"_s));
         QVERIFY(manager.applyEnteredAuthURL(u"http://uusi.test"_s));
         QCOMPARE(urlChanged.size(), 1);
+        // The prompt: the current address in the field, the default as placeholder; a cancel
+        // changes nothing, a bad text says so, a good one is normalised and stored.
+        ScriptedDialogs dialogs;
+        manager.setDialogs(&dialogs);
+        dialogs.promptAnswers = {std::nullopt, u"ei osoite ://"_s, u"  http://kehote.test// "_s};
+        manager.promptForAuthURL();
+        QTRY_COMPARE(dialogs.answered, 1);
+        QCOMPARE(dialogs.prompts.first().title, u"Auth URL"_s);
+        QCOMPARE(dialogs.prompts.first().message, u"Syötä auth-palvelun URL."_s);
+        QCOMPARE(dialogs.prompts.first().initial, u"http://uusi.test"_s);
+        QCOMPARE(dialogs.prompts.first().placeholder, AuthManager::defaultAuthURL());
+        QVERIFY(!dialogs.prompts.first().masked);
+        QCOMPARE(manager.authURL(), u"http://uusi.test"_s);
+        manager.promptForAuthURL();
+        QTRY_COMPARE(dialogs.answered, 2);
+        QCOMPARE(manager.errorMessage(), u"Virheellinen auth-osoite"_s);
+        QCOMPARE(manager.authURL(), u"http://uusi.test"_s);
+        manager.promptForAuthURL();
+        QTRY_COMPARE(dialogs.answered, 3);
+        QCOMPARE(manager.errorMessage(), QString());
+        QCOMPARE(manager.authURL(), u"http://kehote.test"_s);
+        QCOMPARE(preferences.string(AuthManager::authURLKey),
+                 std::optional(u"http://kehote.test"_s));
+
         manager.useDefaultAuthURL();
         QCOMPARE(manager.authURL(), AuthManager::defaultAuthURL());
         QCOMPARE(preferences.string(AuthManager::authURLKey),

@@ -4,11 +4,13 @@
 #include "auth/AuthRequestError.h"
 #include "model/DeploymentDefaults.h"
 #include "model/JsonReader.h"
+#include "platform/Dialogs.h"
 #include "storage/AppLog.h"
 #include "storage/Preferences.h"
 #include "text/UiText.h"
 
 #include <QJsonDocument>
+#include <QPointer>
 #include <QStringDecoder>
 
 using namespace Qt::StringLiterals;
@@ -115,6 +117,20 @@ void AuthManager::useDefaultAuthURL() {
     setAuthURL(defaultAuthURL());
     m_preferences.setString(authURLKey, m_authURL);
     setErrorMessage({});
+}
+
+void AuthManager::promptForAuthURL() {
+    authURLPrompt();
+}
+
+QCoro::Task<> AuthManager::authURLPrompt() {
+    if (!m_dialogs)
+        co_return;
+    const QPointer<AuthManager> self(this);
+    const std::optional<QString> entered = co_await m_dialogs->promptText(
+        UiText::promptAuthURLTitle, UiText::promptAuthURLText, m_authURL, defaultAuthURL(), false);
+    if (self && entered)
+        applyEnteredAuthURL(*entered);
 }
 
 bool AuthManager::applyEnteredAuthURL(const QString& text) {

@@ -23,6 +23,7 @@
 
 namespace vesnara {
 
+class Dialogs;
 class Preferences;
 
 /// The client of the auth service and the owner of who is logged in: login, the check of a
@@ -114,6 +115,12 @@ public:
     void setRememberSession(bool value);
     /// Goes back to the compiled-in service and stores it.
     void useDefaultAuthURL();
+    /// Where `promptForAuthURL` asks; without dialogs every prompt counts as cancelled. Must
+    /// outlive the manager.
+    void setDialogs(Dialogs* dialogs) { m_dialogs = dialogs; }
+    /// Prompts for the auth service's address with the current one in the field and the
+    /// compiled-in one as placeholder; "Tallenna" applies the text as `applyEnteredAuthURL`.
+    Q_INVOKABLE void promptForAuthURL();
     /// The logic of the auth URL prompt: the entered text is trimmed and normalised, then
     /// stored and used; an unusable text sets `errorMessage` to "Virheellinen auth-osoite" and
     /// changes nothing. Gives whether the text was taken.
@@ -234,8 +241,10 @@ private:
                                                std::optional<QByteArray> body);
     QCoro::Task<AuthUser> verifyToken(QString token, QString authURL);
     QCoro::Task<AuthLoginResponse> loginRequest(QString email, QString password, QString authURL);
+    QCoro::Task<> authURLPrompt();
 
     Preferences& m_preferences;
+    Dialogs* m_dialogs = nullptr;
     HttpTransport* m_transport;
     Timing m_timing;
     Clock m_clock;
