@@ -150,6 +150,28 @@ private Q_SLOTS:
         QCOMPARE(url.query(QUrl::FullyEncoded), expectedQuery);
     }
 
+    void streamAddressFollowsTheBackendsTls_data() {
+        QTest::addColumn<QString>("wsUrl");
+        QTest::addColumn<QString>("baseURL");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("ws behind https becomes wss")
+            << u"ws://stt.example/v1/stream?s=1"_s << u"https://stt.example"_s
+            << u"wss://stt.example/v1/stream?s=1"_s;
+        QTest::newRow("ws behind http stays")
+            << u"ws://127.0.0.1:8787/s"_s << u"http://127.0.0.1:8787"_s
+            << u"ws://127.0.0.1:8787/s"_s;
+        QTest::newRow("wss stays") << u"wss://a/s"_s << u"https://a"_s << u"wss://a/s"_s;
+        QTest::newRow("wss behind http stays") << u"wss://a/s"_s << u"http://a"_s << u"wss://a/s"_s;
+        QTest::newRow("http address is the client's to judge")
+            << u"http://a/s"_s << u"https://a"_s << u"http://a/s"_s;
+    }
+    void streamAddressFollowsTheBackendsTls() {
+        QFETCH(QString, wsUrl);
+        QFETCH(QString, baseURL);
+        QFETCH(QString, expected);
+        QCOMPARE(sessionStreamURL(wsUrl, baseURL), expected);
+    }
+
     void authHeaders_data() {
         QTest::addColumn<QString>("apiKey");
         QTest::addColumn<std::optional<QString>>("authToken");

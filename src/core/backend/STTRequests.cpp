@@ -107,6 +107,12 @@ QUrl updateManifestURL(const QString& urlText) {
     return *url;
 }
 
+QString sessionStreamURL(const QString& wsUrl, const QString& baseURL) {
+    if (wsUrl.startsWith(u"ws://"_s) && baseURL.startsWith(u"https://"_s))
+        return u"wss://"_s + wsUrl.mid(5);
+    return wsUrl;
+}
+
 void applyAuth(const STTConfiguration& config, QNetworkRequest& request) {
     setHeaderIfUsable(request, "x-api-key"_ba, config.apiKey);
     setHeaderIfUsable(request, "x-auth-token"_ba, config.authToken.value_or(QString()));

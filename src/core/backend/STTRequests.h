@@ -57,6 +57,11 @@ QUrl sessionListURL(const QString& baseURL, const std::optional<QString>& status
 /// update feed address when it is not an absolute http or https URL with a host.
 QUrl updateManifestURL(const QString& urlText);
 
+/// The stream address to open for a created session: `wsUrl` as the server gave it, except
+/// that a plain `ws://` address becomes `wss://` when the backend itself is reached over
+/// `https://` (a server behind a TLS front end often does not know it is).
+QString sessionStreamURL(const QString& wsUrl, const QString& baseURL);
+
 /// Sets `x-api-key` and `x-auth-token` from the trimmed API key and session token of `config`.
 /// A blank value sets no header, and so does one with a control character inside, which no
 /// header can carry. Never sets `Authorization`.

@@ -5,6 +5,7 @@
 #include "audio/MicrophoneCaptureError.h"
 #include "audio/MicrophonePermissionSnapshot.h"
 #include "backend/HttpTransport.h"
+#include "backend/STTRequests.h"
 #include "backend/STTSessionCreateRequest.h"
 #include "backend/WebSocketStreamClient.h"
 #include "engine/UserErrorDescription.h"
@@ -131,9 +132,7 @@ QCoro::Task<> TranscriptionViewModel::runStartAttempt(std::shared_ptr<RecordingR
     setSessionId(created->sessionId);
     AppLog::write(u"session created id=%1"_s.arg(created->sessionId));
 
-    QString wsURL = created->wsUrl;
-    if (wsURL.startsWith(u"ws://"_s) && config.baseURL.startsWith(u"https://"_s))
-        wsURL = u"wss://"_s + wsURL.mid(5);
+    const QString wsURL = sessionStreamURL(created->wsUrl, config.baseURL);
     QPointer<WebSocketStreamClient> client = new WebSocketStreamClient(m_timing, this);
     try {
         client->open(wsURL, language, sttModel, [self, run](const StreamEvent& event) {
