@@ -47,6 +47,7 @@ private Q_SLOTS:
     void theSessionIsSavedBeforeTheServerAnswersTheStop();
     void anIdThatCannotNameAFileIsSavedUnderADerivedName();
     void aStopDuringAPendingFallbackLeavesTheSourcesClosed();
+    void theServersStoppedStatusAfterTheStopEndsNothingTwice();
 };
 
 void TstViewModelRunEnds::aStartDuringTheStopsFinishingKeepsBothRunsApart() {
@@ -179,6 +180,35 @@ void TstViewModelRunEnds::aStopDuringAPendingFallbackLeavesTheSourcesClosed() {
     QCOMPARE(vm.sources()->inputMode(), AudioInputMode::systemAudio);
     QVERIFY(!vm.fallbackNoticeVisible());
     QCOMPARE(STTConfigurationStore(h.preferences).load().preferredInputDeviceID, preferredBefore);
+}
+
+void TstViewModelRunEnds::theServersStoppedStatusAfterTheStopEndsNothingTwice() {
+    EngineHarness h;
+    QVERIFY(h.server.isListening());
+    auto& vm = h.make();
+    const QString id = recordOneLine(h, u"Viimeinen"_s);
+    QVERIFY(!id.isEmpty());
+    // The server answers the client's stop message with its own "stopped", and a last line,
+    // while the stop still waits for the flush.
+    QObject::connect(&h.backend(), &refbackend::RefBackend::streamMessageReceived, &h.backend(),
+                     [&h](const QString& session, const refbackend::StreamMessage& message) {
+                         if (message.binary || !message.payload.contains("\"stop\""))
+                             return;
+                         h.backend().sendStreamEvent(
+                             session,
+                             QJsonObject{{u"type"_s, u"status"_s}, {u"state"_s, u"stopped"_s}});
+                         h.backend().sendStreamEvent(session, finalEvent(u"Jälkisana"_s, kT2));
+                     });
+    vm.stopRecording();
+    QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(), UiText::statusStopped, kEngineWaitMs);
+    QVERIFY(vm.canStart());
+    QCOMPARE(textsOf(vm.segments()), (QStringList{u"Viimeinen"_s, u"Jälkisana"_s}));
+    // Stopped by the user, not by the server: saved here and stopped there, no connection lost.
+    QTRY_VERIFY_WITH_TIMEOUT(h.stoppedSessionIds().contains(id), kEngineWaitMs);
+    const auto saved = SessionHistoryStore(h.historyDirectory.path()).load(id);
+    QVERIFY(saved);
+    QCOMPARE(textsOf(saved->segments), (QStringList{u"Viimeinen"_s, u"Jälkisana"_s}));
+    QVERIFY(!h.statuses.contains(UiText::statusConnectionLost));
 }
 
 QTEST_GUILESS_MAIN(TstViewModelRunEnds)

@@ -4,6 +4,7 @@
 
 #include "async/CancellationToken.h"
 #include "audio/MicrophoneCaptureError.h"
+#include "audio/SystemAudioCaptureError.h"
 #include "platform/PermissionProbe.h"
 #include "text/UiText.h"
 
@@ -56,6 +57,7 @@ private Q_SLOTS:
     void stopWhilePermissionIsAsked();
     void startLimitWhileCreateSessionIsInFlight();
     void newStartWhileStaleAttemptStillWaits();
+    void failedCaptureStartKeepsTheSession_data();
     void failedCaptureStartKeepsTheSession();
 };
 
@@ -150,19 +152,43 @@ void TstViewModelStartRaces::newStartWhileStaleAttemptStillWaits() {
     QTRY_VERIFY_WITH_TIMEOUT(h.session(current)->isStopped(), kEngineWaitMs);
 }
 
+void TstViewModelStartRaces::failedCaptureStartKeepsTheSession_data() {
+    QTest::addColumn<AudioInputMode>("mode");
+    QTest::addColumn<bool>("microphoneFails");
+    QTest::addColumn<QString>("failure");
+    const QString microphone =
+        MicrophoneCaptureError(MicrophoneCaptureError::Kind::engineNotReady).description();
+    const QString system =
+        SystemAudioCaptureError(SystemAudioCaptureError::Kind::streamSetupFailed).description();
+    QTest::newRow("microphone") << AudioInputMode::microphone << true << microphone;
+    QTest::newRow("mixed, microphone fails")
+        << AudioInputMode::microphoneAndSystem << true << microphone;
+    QTest::newRow("mixed, system audio fails")
+        << AudioInputMode::microphoneAndSystem << false << system;
+}
+
 void TstViewModelStartRaces::failedCaptureStartKeepsTheSession() {
+    QFETCH(AudioInputMode, mode);
+    QFETCH(bool, microphoneFails);
+    QFETCH(QString, failure);
     EngineHarness h;
     QVERIFY(h.server.isListening());
-    h.microphoneBackend.nextStart.error = AudioBackendError{u"test"_s, 1, u"no stream"_s};
+    const AudioBackendError error{u"test"_s, 1, u"no stream"_s};
+    if (microphoneFails)
+        h.microphoneBackend.nextStart.error = error;
+    else
+        h.systemBackend.nextStartError = error;
     auto& vm = h.make();
 
+    vm.sources()->setInputMode(mode);
     vm.startRecording();
-    const QString failure =
-        MicrophoneCaptureError(MicrophoneCaptureError::Kind::engineNotReady).description();
     QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(), failure, kEngineWaitMs);
     QVERIFY(!vm.isStartingRecording());
     QVERIFY(!vm.isRecording());
     QVERIFY(vm.canStart());
+    // Whatever source did start is closed again.
+    QVERIFY(!h.microphoneBackend.isRecording());
+    QVERIFY(!h.systemBackend.isCapturing());
     const QString id = vm.sessionId();
     QVERIFY(!id.isEmpty());
 
