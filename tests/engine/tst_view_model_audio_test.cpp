@@ -2,6 +2,7 @@
 // what they deliver is measured, nothing reaches the server, and the verdict is shown.
 #include "EngineHarness.h"
 
+#include "storage/AppLog.h"
 #include "text/UiText.h"
 
 using namespace vesnara;
@@ -65,6 +66,8 @@ private Q_SLOTS:
     }
 
     void mixedTestNamesTheSilentSourceAndTheQuietLevel() {
+        QTemporaryDir logDirectory;
+        AppLog::setLogFilePath(logDirectory.filePath(u"desktop.log"_s));
         auto h = harnessForAudioTest();
         auto& vm = h->make();
         vm.sources()->setInputMode(AudioInputMode::microphoneAndSystem);
@@ -80,6 +83,9 @@ private Q_SLOTS:
         QVERIFY(vm.status()->diagnosticHint().endsWith(UiText::audioTestAdviceMixedSystemSilent));
         QVERIFY(!h->microphoneBackend.isRecording());
         QVERIFY(!h->systemBackend.isCapturing());
+        // The log names the mode as the user knows it.
+        QVERIFY(AppLog::snapshot(1 << 20).contains(u"audioTest start mode=Mikki + systeemiääni"_s));
+        AppLog::setLogFilePath(AppLog::defaultLogPath());
 
         // Both deliver near silence: the level advice wins over the mixed one.
         vm.support()->runAudioQualityTest();
