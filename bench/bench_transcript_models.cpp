@@ -2,6 +2,7 @@
 // transcript's list model, and the way the view model keeps the lines today (the whole list
 // copied, sorted and compared for every line). Each pair runs side by side so the ratio shows.
 #include "engine/models/TranscriptSegmentListModel.h"
+#include "engine/rules/SegmentKeys.h"
 #include "engine/rules/TranscriptMerge.h"
 #include "engine/rules/TranscriptText.h"
 
