@@ -52,6 +52,24 @@ inline const QString unknownSystemDisplayApple = u"Tuntematon näyttö"_s;
 inline const QString unknownSystemDisplay = u"Tuntematon äänilähtö"_s;
 inline const QString systemAudioSourceFallbackName = u"Järjestelmä"_s;
 
+// The source pickers: their Auto entries and device entries.
+inline QString automaticInputDeviceEntry(const QString& recommendedDeviceName) {
+    return recommendedDeviceName.isEmpty() ? u"Auto (suositus)"_s
+                                           : u"Auto (suositus: "_s + recommendedDeviceName + u')';
+}
+inline const QString automaticSystemDisplayEntry = u"Auto (ensimmäinen näyttö)"_s;
+inline const QString automaticSystemApplicationEntry = u"Auto (kaikki sovellukset)"_s;
+inline QString inputDeviceEntry(const QString& name, bool isVirtual) {
+    return isVirtual ? name + u" (virtuaali)"_s : name;
+}
+
+// The session history: one saved session's row; `endedAt` comes formatted.
+inline QString sessionHistoryLabel(const QString& endedAt, const QString& sttModel,
+                                   qsizetype segmentCount) {
+    return endedAt + u" • "_s + sttModel + u" • "_s + QString::number(segmentCount) +
+           u" segmenttiä"_s;
+}
+
 // Settings.
 inline const QString settingsSaved = u"Asetukset tallennettu"_s;
 inline const QString noAPIKeyOnClipboard = u"Leikepöydällä ei ole API-avainta"_s;

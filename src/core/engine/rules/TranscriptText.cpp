@@ -6,15 +6,18 @@ using namespace Qt::StringLiterals;
 
 namespace vesnara {
 
+QString transcriptLine(const TranscriptSegment& segment) {
+    QString line = u'[' + segment.timestamp.clockText() + u"] "_s;
+    if (segment.speakerLabel)
+        line += u'[' + *segment.speakerLabel + u"] "_s;
+    return line + segment.text;
+}
+
 QString transcriptText(const QList<TranscriptSegment>& segments) {
     QStringList lines;
     lines.reserve(segments.size());
-    for (const TranscriptSegment& segment : segments) {
-        QString line = u'[' + segment.timestamp.clockText() + u"] "_s;
-        if (segment.speakerLabel)
-            line += u'[' + *segment.speakerLabel + u"] "_s;
-        lines.append(line + segment.text);
-    }
+    for (const TranscriptSegment& segment : segments)
+        lines.append(transcriptLine(segment));
     return lines.join(u'\n');
 }
 

@@ -7,6 +7,9 @@
 
 namespace vesnara {
 
+/// One segment's line of `transcriptText`, without a line end.
+QString transcriptLine(const TranscriptSegment& segment);
+
 /// The transcript as plain text, as shown and copied: one line per segment,
 /// "[HH:mm:ss] text", or "[HH:mm:ss] [label] text" when the segment has a speaker label (a
 /// present but empty label gives "[]"). The clock is the local time zone's. Lines are joined by

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "audio/AudioSourceOptions.h"
+#include "engine/models/KeyedListModel.h"
+
+namespace vesnara {
+
+/// The microphone picker's devices, after its Auto entry (`autoLabel`, id 0).
+class InputDeviceListModel final : public KeyedListModel<AudioInputDeviceOption> {
+    Q_OBJECT
+    Q_PROPERTY(QString recommendedInputDeviceName READ recommendedInputDeviceName WRITE
+                   setRecommendedInputDeviceName NOTIFY autoLabelChanged)
+    Q_PROPERTY(QString autoLabel READ autoLabel NOTIFY autoLabelChanged)
+
+public:
+    enum Role {
+        /// The stable device id (quint32).
+        IdRole = Qt::UserRole + 1,
+        NameRole,
+        /// The name, marked when the device is virtual.
+        DisplayNameRole,
+        IsVirtualRole,
+    };
+    Q_ENUM(Role)
+
+    explicit InputDeviceListModel(QObject* parent = nullptr);
+
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    QHash<int, QByteArray> roleNames() const override;
+
+    void setItems(QList<AudioInputDeviceOption> items) { applyItems(std::move(items)); }
+
+    const QString& recommendedInputDeviceName() const { return m_recommendedName; }
+    void setRecommendedInputDeviceName(const QString& name);
+    /// "Auto (suositus: <name>)", or "Auto (suositus)" without a recommended name.
+    QString autoLabel() const;
+
+Q_SIGNALS:
+    void autoLabelChanged();
+
+private:
+    QString m_recommendedName;
+};
+
+} // namespace vesnara

@@ -1,0 +1,75 @@
+#pragma once
+
+#include "engine/models/ListModelBase.h"
+#include "engine/transcript/TranscriptLines.h"
+
+#include <QList>
+#include <QSet>
+#include <QUuid>
+
+#include <optional>
+
+namespace vesnara {
+
+/// The transcript's final lines as the screen lists them, in time order. A new line is one
+/// inserted row at its place in time; only a whole replacement (a loaded session, a cleared
+/// transcript) resets the list.
+class TranscriptSegmentListModel final : public ListModelBase {
+    Q_OBJECT
+    Q_PROPERTY(QString transcriptText READ transcriptText NOTIFY transcriptTextChanged)
+    Q_PROPERTY(qsizetype wordCount READ wordCount NOTIFY wordCountChanged)
+
+public:
+    enum Role {
+        /// The segment's id as a string, without braces.
+        IdRole = Qt::UserRole + 1,
+        TextRole,
+        /// QDateTime.
+        TimestampRole,
+        /// "HH:mm:ss" in the local time zone.
+        TimeLabelRole,
+        /// Empty when the line has none.
+        SpeakerLabelRole,
+        HasSpeakerLabelRole,
+        /// Set by the owner for the lines that a selected pin lights.
+        IsHighlightedRole,
+    };
+    Q_ENUM(Role)
+
+    explicit TranscriptSegmentListModel(QObject* parent = nullptr);
+
+    int rowCount(const QModelIndex& parent = QModelIndex()) const override;
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    QHash<int, QByteArray> roleNames() const override;
+
+    const TranscriptLines& lines() const { return m_lines; }
+    const QList<TranscriptSegment>& segments() const { return m_lines.segments(); }
+    const QString& transcriptText() const { return m_lines.transcriptText(); }
+    qsizetype wordCount() const { return m_lines.wordCount(); }
+
+    /// Adds a final line as `TranscriptLines::add` does, as one inserted row. Returns its row.
+    std::optional<qsizetype> add(const FinalLine& line);
+    /// Adds the lines of one poll in order; only the new ones become rows. Returns how many.
+    qsizetype mergeLines(const QList<FinalLine>& lines);
+    /// Shows `segments` (sorted by time), resetting the list.
+    void reset(QList<TranscriptSegment> segments);
+    /// Empties the transcript, resetting the list; the highlight goes too.
+    void clear();
+
+    const QSet<QUuid>& highlightedSegmentIds() const { return m_highlightedIds; }
+    /// Lights exactly the lines of `ids`; only rows whose flag changes report it.
+    void setHighlightedSegmentIds(QSet<QUuid> ids);
+
+Q_SIGNALS:
+    void transcriptTextChanged();
+    void wordCountChanged();
+
+private:
+    std::optional<qsizetype> insertLine(const FinalLine& line);
+    void replaceLines(QList<TranscriptSegment> segments);
+
+    TranscriptLines m_lines;
+    QSet<QUuid> m_highlightedIds;
+};
+
+} // namespace vesnara
