@@ -1,6 +1,7 @@
 // Which line a pin belongs to: the nearest within 30 seconds, the earliest on a tie.
 #include "engine/rules/PinLinks.h"
 
+#include <QRandomGenerator>
 #include <QTest>
 
 using namespace vesnara;
@@ -45,6 +46,26 @@ private Q_SLOTS:
         const auto found =
             nearestSegmentId(lines, Timestamp::fromSecondsSinceReferenceDate(800000000.0 + pinAt));
         QCOMPARE(found, expected < 0 ? std::nullopt : std::optional(lines[expected].id));
+    }
+
+    void binarySearchAgreesWithTheLinearRule() {
+        // Lines in time order with runs of equal times, pins anywhere around and between them.
+        QRandomGenerator random(20261124);
+        for (int round = 0; round < 50; ++round) {
+            QList<TranscriptSegment> lines;
+            double t = 0.0;
+            const int count = random.bounded(0, 40);
+            for (int i = 0; i < count; ++i) {
+                t += random.bounded(4) == 0 ? 0.0 : random.bounded(50) / 2.0;
+                lines << lineAt(t);
+            }
+            for (int p = 0; p < 20; ++p) {
+                const auto at = Timestamp::fromSecondsSinceReferenceDate(
+                    800000000.0 - 40.0 + random.bounded(static_cast<int>(t) + 80) +
+                    random.bounded(4) / 4.0);
+                QCOMPARE(nearestSegmentIdInTimeOrder(lines, at), nearestSegmentId(lines, at));
+            }
+        }
     }
 
     void aPinOutOfReachKeepsItsOldLink() {

@@ -20,8 +20,14 @@ inline constexpr double kPinLinkDistance = 30.0;
 std::optional<QUuid> nearestSegmentId(const QList<TranscriptSegment>& segments, Timestamp date,
                                       double maxDistance = kPinLinkDistance);
 
-/// Links each pin to its nearest line; a pin with no line near enough keeps its earlier link.
-/// True when a link changed.
+/// The same answer as `nearestSegmentId` for lines in time order (as a transcript keeps them),
+/// found by binary search.
+std::optional<QUuid> nearestSegmentIdInTimeOrder(const QList<TranscriptSegment>& segments,
+                                                 Timestamp date,
+                                                 double maxDistance = kPinLinkDistance);
+
+/// Links each pin to its nearest line of `segments`, which are in time order; a pin with no line
+/// near enough keeps its earlier link. True when a link changed.
 bool linkPinsToNearestSegments(QList<TranscriptPin>& pins, const QList<TranscriptSegment>& segments,
                                double maxDistance = kPinLinkDistance);
 
