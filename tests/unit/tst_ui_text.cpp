@@ -86,6 +86,7 @@ QList<Row> catalogue() {
         {"networkConnectionLost", UiText::networkConnectionLost, u"Yhteys palvelimeen katkesi"_s},
         {"networkCancelled", UiText::networkCancelled, u"Pyyntö peruttiin"_s},
         {"networkFailed", UiText::networkFailed, u"Verkkovirhe: palvelimeen ei saatu yhteyttä"_s},
+        {"unexpectedError", UiText::unexpectedError, u"Odottamaton virhe"_s},
         {"microphonePermissionDenied", UiText::microphonePermissionDenied,
          u"Mikrofonin käyttöoikeus puuttuu"_s},
         {"microphoneEngineNotReady", UiText::microphoneEngineNotReady,
