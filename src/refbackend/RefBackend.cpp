@@ -63,9 +63,15 @@ quint16 RefBackend::port() const {
 QUrl RefBackend::baseUrl() const {
     QUrl url;
     url.setScheme(u"http"_s);
-    url.setHost(m_options.address.isLoopback() || m_options.address == QHostAddress::Any
-                    ? u"127.0.0.1"_s
-                    : m_options.address.toString());
+    // A wildcard is reached over loopback; any other address only at itself (a server bound to
+    // 127.0.0.2 does not answer at 127.0.0.1).
+    const QHostAddress& address = m_options.address;
+    if (address == QHostAddress::Any || address == QHostAddress::AnyIPv4)
+        url.setHost(u"127.0.0.1"_s);
+    else if (address == QHostAddress::AnyIPv6)
+        url.setHost(u"::1"_s);
+    else
+        url.setHost(address.toString());
     url.setPort(m_port);
     return url;
 }

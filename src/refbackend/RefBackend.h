@@ -61,7 +61,7 @@ public:
     bool listen();
     QString errorString() const;
     quint16 port() const;
-    /// "http://127.0.0.1:<port>", the base URL clients use.
+    /// "http://<bound address>:<port>", the base URL clients use; 127.0.0.1 for a wildcard.
     QUrl baseUrl() const;
 
     // Credentials

@@ -44,6 +44,12 @@ void quitOnTerminationSignals(QCoreApplication& app) {
     sigaction(SIGTERM, &action, nullptr);
 }
 
+// A command line that cannot be used: says why on stderr and gives the exit code for it.
+int usageError(const QString& message) {
+    std::fprintf(stderr, "vesnara-refbackend: %s\n", qPrintable(message));
+    return 2;
+}
+
 } // namespace
 
 int main(int argc, char* argv[]) {
@@ -87,31 +93,34 @@ int main(int argc, char* argv[]) {
     RefBackendOptions options;
     options.dataDirectory = parser.value(dataOption);
     options.apiKey = parser.value(keyOption);
+    options.adminKey = parser.value(adminKeyOption);
     options.address = QHostAddress(parser.value(bindOption));
+    if (options.address.isNull())
+        return usageError(
+            u"--bind wants an IP address, not \"%1\""_s.arg(parser.value(bindOption)));
     bool portOk = false;
-    options.port = static_cast<quint16>(parser.value(portOption).toUInt(&portOk));
+    const uint port = parser.value(portOption).toUInt(&portOk);
+    if (!portOk || port > 65535)
+        return usageError(
+            u"--port wants a number from 0 to 65535, not \"%1\""_s.arg(parser.value(portOption)));
+    options.port = static_cast<quint16>(port);
     const QString recognizer = parser.value(recognizerOption);
-    if (!portOk || options.address.isNull() ||
-        (recognizer != u"energy"_s && recognizer != u"scripted"_s)) {
-        std::fprintf(stderr, "vesnara-refbackend: invalid --port, --bind or --recognizer\n");
-        return 2;
-    }
+    if (recognizer != u"energy"_s && recognizer != u"scripted"_s)
+        return usageError(u"--recognizer wants energy or scripted, not \"%1\""_s.arg(recognizer));
     options.recognizer =
         recognizer == u"scripted"_s ? RecognizerKind::scripted : RecognizerKind::energy;
+
+    // The value is not echoed: it holds a password.
+    const QString demo = parser.value(demoUserOption);
+    const qsizetype colon = demo.indexOf(u':');
+    if (parser.isSet(demoUserOption) && (colon <= 0 || colon == demo.size() - 1))
+        return usageError(u"--demo-user wants email:password"_s);
 
     RefBackend backend(options);
     for (const QString& token : parser.values(tokenOption))
         backend.tokens().insert(token, u"demo@vesnara.local"_s, std::chrono::hours(24 * 365));
-    if (parser.isSet(demoUserOption)) {
-        const QString demo = parser.value(demoUserOption);
-        const qsizetype colon = demo.indexOf(u':');
-        if (colon <= 0 || colon == demo.size() - 1) {
-            std::fprintf(stderr, "vesnara-refbackend: --demo-user wants email:password\n");
-            return 2;
-        }
-        if (!backend.users().findByEmail(demo.left(colon)))
-            backend.users().create(demo.left(colon), demo.mid(colon + 1), u"admin"_s);
-    }
+    if (parser.isSet(demoUserOption) && !backend.users().findByEmail(demo.left(colon)))
+        backend.users().create(demo.left(colon), demo.mid(colon + 1), u"admin"_s);
     if (!backend.listen()) {
         std::fprintf(stderr, "vesnara-refbackend: %s\n", qPrintable(backend.errorString()));
         return 1;

@@ -19,7 +19,7 @@ const QString& descriptionOf(MicrophoneCaptureError::Kind kind) {
 } // namespace
 
 MicrophoneCaptureError::MicrophoneCaptureError(Kind kind)
-    : std::runtime_error(descriptionOf(kind).toStdString())
+    : UserFacingError(descriptionOf(kind).toStdString())
     , m_kind(kind) {}
 
 QString MicrophoneCaptureError::description() const {

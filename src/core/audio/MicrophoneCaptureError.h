@@ -1,13 +1,13 @@
 #pragma once
 
-#include <QString>
+#include "model/UserFacingError.h"
 
-#include <stdexcept>
+#include <QString>
 
 namespace vesnara {
 
 /// Why the microphone could not be started, with the Finnish text the user sees.
-class MicrophoneCaptureError : public std::runtime_error {
+class MicrophoneCaptureError : public UserFacingError {
 public:
     enum class Kind {
         /// The user has not allowed the microphone (raised by the permission flows, not by
@@ -21,7 +21,7 @@ public:
 
     Kind kind() const { return m_kind; }
     /// The Finnish text for the user; `what()` holds the same text in UTF-8.
-    QString description() const;
+    QString description() const override;
 
 private:
     Kind m_kind;

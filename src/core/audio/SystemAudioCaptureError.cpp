@@ -23,7 +23,7 @@ const QString& descriptionOf(SystemAudioCaptureError::Kind kind) {
 } // namespace
 
 SystemAudioCaptureError::SystemAudioCaptureError(Kind kind)
-    : std::runtime_error(descriptionOf(kind).toStdString())
+    : UserFacingError(descriptionOf(kind).toStdString())
     , m_kind(kind) {}
 
 QString SystemAudioCaptureError::description() const {

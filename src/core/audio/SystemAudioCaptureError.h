@@ -1,13 +1,13 @@
 #pragma once
 
-#include <QString>
+#include "model/UserFacingError.h"
 
-#include <stdexcept>
+#include <QString>
 
 namespace vesnara {
 
 /// Why system audio could not be captured or listed, with the Finnish text the user sees.
-class SystemAudioCaptureError : public std::runtime_error {
+class SystemAudioCaptureError : public UserFacingError {
 public:
     enum class Kind {
         /// The sound server could not be asked what there is to capture.
@@ -24,7 +24,7 @@ public:
 
     Kind kind() const { return m_kind; }
     /// The Finnish text for the user (the Linux wording); `what()` holds the same in UTF-8.
-    QString description() const;
+    QString description() const override;
 
 private:
     Kind m_kind;

@@ -5,7 +5,7 @@
 namespace vesnara {
 
 AuthRequestError::AuthRequestError(Kind kind, const QString& description)
-    : std::runtime_error(description.toStdString())
+    : UserFacingError(description.toStdString())
     , m_kind(kind)
     , m_description(description) {}
 

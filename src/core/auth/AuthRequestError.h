@@ -1,8 +1,8 @@
 #pragma once
 
-#include <QString>
+#include "model/UserFacingError.h"
 
-#include <stdexcept>
+#include <QString>
 
 namespace vesnara {
 
@@ -10,7 +10,7 @@ namespace vesnara {
 ///
 /// `offline` means exactly that no HTTP answer came (a refused connection, a time-out, a bad
 /// certificate): it is the one failure that lets a remembered session go on without a check.
-class AuthRequestError : public std::runtime_error {
+class AuthRequestError : public UserFacingError {
 public:
     enum class Kind {
         /// The service refused, or the answer or the input was not acceptable; the description
@@ -29,7 +29,7 @@ public:
 
     Kind kind() const { return m_kind; }
     /// The Finnish text for the user; `what()` holds the same text in UTF-8.
-    const QString& description() const { return m_description; }
+    QString description() const override { return m_description; }
 
 private:
     AuthRequestError(Kind kind, const QString& description);

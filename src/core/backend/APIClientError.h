@@ -1,8 +1,8 @@
 #pragma once
 
-#include <QString>
+#include "model/UserFacingError.h"
 
-#include <stdexcept>
+#include <QString>
 
 namespace vesnara {
 
@@ -10,7 +10,7 @@ namespace vesnara {
 ///
 /// Transport failures (no route, time-out, cancellation) and JSON decoding errors are not among
 /// them: they reach the caller as their own types, unchanged.
-class APIClientError : public std::runtime_error {
+class APIClientError : public UserFacingError {
 public:
     enum class Kind {
         /// The server refused the request; the description is its `error` text or the status.
@@ -28,7 +28,7 @@ public:
 
     Kind kind() const { return m_kind; }
     /// The Finnish text for the user; `what()` holds the same text in UTF-8.
-    const QString& description() const { return m_description; }
+    QString description() const override { return m_description; }
 
 private:
     APIClientError(Kind kind, const QString& description);

@@ -94,7 +94,7 @@ std::optional<QByteArray> HttpResponse::header(const QByteArray& name) const {
 }
 
 TransportError::TransportError(Kind kind, const QString& detail)
-    : std::runtime_error(detail.toStdString())
+    : UserFacingError(detail.toStdString())
     , m_kind(kind)
     , m_detail(detail) {}
 

@@ -2,6 +2,7 @@
 
 #include "async/CancellationToken.h"
 #include "model/Timing.h"
+#include "model/UserFacingError.h"
 
 #include <QByteArray>
 #include <QCoroTask>
@@ -12,7 +13,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <utility>
 
 class QNetworkAccessManager;
@@ -50,7 +50,8 @@ struct HttpResponse {
 };
 
 /// A request that got no HTTP answer at all: nothing reached the server or nothing came back.
-class TransportError : public std::runtime_error {
+/// `what()` is the network layer's English detail.
+class TransportError : public UserFacingError {
 public:
     enum class Kind {
         ConnectionRefused, ///< nothing listens at the address
@@ -66,7 +67,7 @@ public:
 
     Kind kind() const { return m_kind; }
     /// The Finnish text for the user.
-    QString description() const;
+    QString description() const override;
     /// What the network layer said, in English, for the log.
     const QString& detail() const { return m_detail; }
 

@@ -6,9 +6,10 @@
 
 namespace vesnara {
 
-/// The Finnish text the user sees for a failed step: the error's own description for the
-/// client, transport and capture errors, the invalid-response text for an answer that did not
-/// decode, and the message of any other exception.
+/// The Finnish text the user sees for a failed step: a `UserFacingError`'s own description,
+/// the invalid-response text for an answer that did not decode, and the catalogue's generic
+/// text for anything else (whose English message goes to the log, never to the screen). A null
+/// pointer gives the generic text too.
 QString userErrorDescription(const std::exception_ptr& error);
 
 } // namespace vesnara

@@ -118,6 +118,9 @@ inline const QString networkConnectionLost = u"Yhteys palvelimeen katkesi"_s;
 inline const QString networkCancelled = u"Pyyntö peruttiin"_s;
 inline const QString networkFailed = u"Verkkovirhe: palvelimeen ei saatu yhteyttä"_s;
 
+// A failure that has no words of its own for the user; its English detail goes to the log.
+inline const QString unexpectedError = u"Odottamaton virhe"_s;
+
 // Audio capture.
 inline const QString microphonePermissionDenied = u"Mikrofonin käyttöoikeus puuttuu"_s;
 inline const QString microphoneEngineNotReady = u"Audio engine ei ole käyttövalmis"_s;
