@@ -152,7 +152,7 @@ private Q_SLOTS:
         QCOMPARE(displayLog.take(), (QStringList{u"insert 0-1"_s, u"change 1-1"_s}));
         QCOMPARE(roleValue(displays, 1, "displayName").toString(), u"HDMI-näyttö"_s);
         QCOMPARE(roleValue(displays, 1, "id").toUInt(), 2u);
-        QCOMPARE(displays.autoLabel(), u"Auto (ensimmäinen näyttö)"_s);
+        QCOMPARE(displays.autoLabel(), u"Auto (ensimmäinen äänilähtö)"_s);
 
         SystemApplicationListModel applications;
         QAbstractItemModelTester applicationTester(

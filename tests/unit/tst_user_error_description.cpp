@@ -6,10 +6,10 @@
 #include "auth/AuthRequestError.h"
 #include "backend/APIClientError.h"
 #include "backend/HttpTransport.h"
-#include "engine/UserErrorDescription.h"
 #include "model/JsonReader.h"
 #include "storage/AppLog.h"
 #include "text/UiText.h"
+#include "text/UserErrorDescription.h"
 
 #include <QTemporaryDir>
 #include <QTest>

@@ -2,8 +2,7 @@
 // reports through a signal once it ends.
 #include "auth/AuthManager.h"
 
-#include "auth/AuthRequestError.h"
-#include "text/UiText.h"
+#include "text/UserErrorDescription.h"
 
 #include <QPointer>
 #include <QVariantMap>
@@ -14,23 +13,12 @@ namespace vesnara {
 
 namespace {
 
-/// The error a failed task ended with, as the user reads it.
-QString errorText(const std::exception_ptr& error) {
-    try {
-        std::rethrow_exception(error);
-    } catch (const AuthRequestError& e) {
-        return e.description();
-    } catch (...) {
-    }
-    return UiText::streamUnknownError;
-}
-
 QCoro::Task<> reportAdminRequest(QPointer<AuthManager> self, QString action, QCoro::Task<> task) {
     QString error;
     try {
         co_await std::move(task);
     } catch (...) {
-        error = errorText(std::current_exception());
+        error = userErrorDescription(std::current_exception());
     }
     if (self)
         Q_EMIT self->adminRequestFinished(action, error);
@@ -64,7 +52,7 @@ QCoro::Task<> reportMessage(QPointer<AuthManager> self, Signal signal, QCoro::Ta
     try {
         message = co_await std::move(task);
     } catch (...) {
-        message = errorText(std::current_exception());
+        message = userErrorDescription(std::current_exception());
     }
     if (self)
         Q_EMIT(self->*signal)(message);
@@ -78,7 +66,7 @@ QCoro::Task<> reportUsers(QPointer<AuthManager> self, QCoro::Task<QList<AuthAdmi
         for (const auto& user : listed)
             users << AuthManager::toVariantMap(user);
     } catch (...) {
-        error = errorText(std::current_exception());
+        error = userErrorDescription(std::current_exception());
     }
     if (self)
         Q_EMIT self->adminUsersListed(users, error);

@@ -8,11 +8,11 @@
 #include "backend/STTRequests.h"
 #include "backend/STTSessionCreateRequest.h"
 #include "backend/WebSocketStreamClient.h"
-#include "engine/UserErrorDescription.h"
 #include "engine/rules/RecordingStatusText.h"
 #include "model/JsonReader.h"
 #include "storage/AppLog.h"
 #include "text/UiText.h"
+#include "text/UserErrorDescription.h"
 
 using namespace Qt::StringLiterals;
 

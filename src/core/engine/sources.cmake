@@ -46,6 +46,4 @@ target_sources(vesnara_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/StatusLine.h
     ${CMAKE_CURRENT_LIST_DIR}/StoredTask.cpp
     ${CMAKE_CURRENT_LIST_DIR}/StoredTask.h
-    ${CMAKE_CURRENT_LIST_DIR}/UserErrorDescription.cpp
-    ${CMAKE_CURRENT_LIST_DIR}/UserErrorDescription.h
 )

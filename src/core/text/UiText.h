@@ -57,7 +57,8 @@ inline QString automaticInputDeviceEntry(const QString& recommendedDeviceName) {
     return recommendedDeviceName.isEmpty() ? u"Auto (suositus)"_s
                                            : u"Auto (suositus: "_s + recommendedDeviceName + u')';
 }
-inline const QString automaticSystemDisplayEntry = u"Auto (ensimmäinen näyttö)"_s;
+inline const QString automaticSystemDisplayEntryApple = u"Auto (ensimmäinen näyttö)"_s;
+inline const QString automaticSystemDisplayEntry = u"Auto (ensimmäinen äänilähtö)"_s;
 inline const QString automaticSystemApplicationEntry = u"Auto (kaikki sovellukset)"_s;
 inline QString inputDeviceEntry(const QString& name, bool isVirtual) {
     return isVirtual ? name + u" (virtuaali)"_s : name;

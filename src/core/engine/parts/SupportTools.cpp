@@ -2,12 +2,12 @@
 
 #include "audio/PcmLevel.h"
 #include "engine/StatusLine.h"
-#include "engine/UserErrorDescription.h"
 #include "engine/parts/AudioSources.h"
 #include "engine/parts/PermissionPanel.h"
 #include "engine/rules/AudioQualityVerdict.h"
 #include "storage/AppLog.h"
 #include "text/UiText.h"
+#include "text/UserErrorDescription.h"
 
 #include <QPointer>
 

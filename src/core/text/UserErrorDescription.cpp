@@ -1,4 +1,4 @@
-#include "engine/UserErrorDescription.h"
+#include "text/UserErrorDescription.h"
 
 #include "model/JsonReader.h"
 #include "model/UserFacingError.h"
