@@ -30,7 +30,7 @@ QString startWithOneLine(EngineHarness& h) {
     if (!QTest::qWaitFor([&vm] { return vm.isRecording(); }, kEngineWaitMs))
         return {};
     h.microphoneBackend.play(toneBuffers(3, 0.5f));
-    if (!QTest::qWaitFor([&vm] { return vm.segments().size() == 1; }, kEngineWaitMs))
+    if (!QTest::qWaitFor([&vm] { return vm.transcript()->segments().size() == 1; }, kEngineWaitMs))
         return {};
     return vm.sessionId();
 }
@@ -104,7 +104,7 @@ void TstViewModelPause::serverEndsSessionWhilePaused() {
     QCOMPARE(vm.status()->diagnosticHint(), UiText::hintSessionClosedByServer);
     QVERIFY(!vm.isRecording());
     QVERIFY(!vm.isPaused());
-    QCOMPARE(vm.segments().size(), 1);
+    QCOMPARE(vm.transcript()->segments().size(), 1);
     QCOMPARE(vm.sessionId(), id);
     QVERIFY(vm.canSave());
     QVERIFY(vm.canSummary());
@@ -132,7 +132,7 @@ void TstViewModelPause::resumeFindsTheSessionEnded() {
     QCOMPARE(vm.status()->diagnosticHint(), UiText::hintSessionClosedByServer);
     QVERIFY(!vm.isRecording());
     QVERIFY(!vm.isResumingRecording());
-    QCOMPARE(vm.segments().size(), 1);
+    QCOMPARE(vm.transcript()->segments().size(), 1);
 }
 
 void TstViewModelPause::resumeLimitBeatsLateMetaAnswer() {
@@ -188,7 +188,7 @@ void TstViewModelPause::streamErrorEndsRecordingAndKeepsText() {
     QVERIFY(h.statuses.contains(u"ÄÄNEN LÄHETYS epäonnistui"_s));
     QCOMPARE(vm.status()->diagnosticHint(), UiText::hintSessionClosedByServer);
     QVERIFY(!vm.isRecording());
-    QCOMPARE(vm.segments().size(), 1);
+    QCOMPARE(vm.transcript()->segments().size(), 1);
     QVERIFY(!h.session(id)->isStopped());
 }
 
@@ -215,7 +215,7 @@ void TstViewModelPause::closedStreamReconnectsThenGivesUp() {
     QVERIFY(h.statuses.contains(UiText::statusReconnecting));
     QCOMPARE(vm.status()->diagnosticHint(), UiText::hintSessionClosedByServer);
     QVERIFY(!vm.isRecording());
-    QCOMPARE(vm.segments().size(), 1);
+    QCOMPARE(vm.transcript()->segments().size(), 1);
     QVERIFY(!h.microphoneBackend.isRecording());
 }
 

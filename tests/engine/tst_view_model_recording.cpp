@@ -67,12 +67,16 @@ void TstViewModelRecording::microphoneRecordingMergesStreamAndPollAndSaves() {
     const QString id = vm.sessionId();
     QVERIFY(!id.isEmpty());
     QCOMPARE(vm.status()->statusText(), UiText::statusListeningTo(u"Sisäinen mikrofoni"_s));
+    // The list on screen grows row by row; it is never reset while the recording runs.
+    QAbstractItemModel* lines = vm.transcript()->segmentModel();
+    QSignalSpy lineInserts(lines, &QAbstractItemModel::rowsInserted);
+    QSignalSpy lineResets(lines, &QAbstractItemModel::modelReset);
     QVERIFY(vm.canPause());
     QCOMPARE(h.microphoneBackend.requestedDevices(), QList<quint32>{7});
 
     h.microphoneBackend.play(toneBuffers(12, 0.5f));
     QTRY_COMPARE_WITH_TIMEOUT(h.session(id)->audioFrameCount, 12, kEngineWaitMs);
-    QTRY_COMPARE_WITH_TIMEOUT(vm.segments().size(), 2, kEngineWaitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(vm.transcript()->segments().size(), 2, kEngineWaitMs);
     QCOMPARE(vm.meters()->audioFramesSent(), 12);
     const double expectedLevel = 2.0 / std::numbers::pi * 0.5;
     QVERIFY2(std::abs(h.session(id)->averageAudioLevel() - expectedLevel) < 0.02,
@@ -81,7 +85,7 @@ void TstViewModelRecording::microphoneRecordingMergesStreamAndPollAndSaves() {
     QTRY_VERIFY_WITH_TIMEOUT(std::abs(vm.meters()->outgoingAudioLevel() - expectedLevel) < 0.02,
                              kEngineWaitMs);
     QVERIFY(vm.meters()->outgoingAudioPeak() >= vm.meters()->outgoingAudioLevel());
-    QCOMPARE(vm.interimText(), QString());
+    QCOMPARE(vm.transcript()->interimText(), QString());
 
     // Lines that only the server's transcript holds: a case and spacing variant of the first
     // line in the same second (a duplicate) and an earlier line that must sort into its place.
@@ -89,13 +93,16 @@ void TstViewModelRecording::microphoneRecordingMergesStreamAndPollAndSaves() {
     h.backend().sendStreamEvent(id, finalEvent(u"hyvää päivää"_s, kT0));
     h.backend().sendStreamEvent(id, finalEvent(u"Vain palvelimella"_s, kT2));
     h.backend().faults().silentStreams = false;
-    QTRY_COMPARE_WITH_TIMEOUT(vm.segments().size(), 3, kEngineWaitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(vm.transcript()->segments().size(), 3, kEngineWaitMs);
     const int polls = h.requestCount(u"/transcript"_s);
     QTRY_VERIFY_WITH_TIMEOUT(h.requestCount(u"/transcript"_s) >= polls + 2, kEngineWaitMs);
-    QCOMPARE(textsOf(vm.segments()),
+    QCOMPARE(textsOf(vm.transcript()->segments()),
              (QStringList{u"Hyvää  Päivää"_s, u"Vain palvelimella"_s, u"Mitä kuuluu?"_s}));
-    QVERIFY(vm.transcriptText().endsWith(u"] Mitä kuuluu?"_s));
-    QCOMPARE(vm.wordCount(), 3 + 3 + 3);
+    QVERIFY(vm.transcript()->transcriptText().endsWith(u"] Mitä kuuluu?"_s));
+    QCOMPARE(vm.transcript()->wordCount(), 3 + 3 + 3);
+    QCOMPARE(lineInserts.size(), 3);
+    QCOMPARE(lineInserts.at(2).at(1).toInt(), 1);
+    QCOMPARE(lineResets.size(), 0);
     QVERIFY(!vm.canSave());
 
     vm.stopRecording();
@@ -107,14 +114,14 @@ void TstViewModelRecording::microphoneRecordingMergesStreamAndPollAndSaves() {
     QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(), UiText::statusStopped, kEngineWaitMs);
     QVERIFY(h.session(id)->isStopped());
     QCOMPARE(vm.sessionId(), id);
-    QCOMPARE(vm.segments().size(), 3);
+    QCOMPARE(vm.transcript()->segments().size(), 3);
     QCOMPARE(vm.meters()->audioFramesSent(), 0);
     QCOMPARE(vm.status()->diagnosticHint(), QString());
     QVERIFY(vm.canSummary());
 
     const auto saved = SessionHistoryStore(h.historyDirectory.path()).load(id);
     QVERIFY(saved.has_value());
-    QCOMPARE(saved->segments, vm.segments());
+    QCOMPARE(saved->segments, vm.transcript()->segments());
     QCOMPARE(saved->language, vm.settings()->language());
     QVERIFY(saved->createdAt <= saved->endedAt);
     QCOMPARE(vm.history()->sessionHistory().size(), 1);

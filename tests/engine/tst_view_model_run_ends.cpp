@@ -32,7 +32,8 @@ QString recordOneLine(EngineHarness& h, const QString& text) {
     if (!h.startRecordingIn(AudioInputMode::microphone))
         return {};
     h.microphoneBackend.play(toneBuffers(3, 0.5f));
-    if (!QTest::qWaitFor([&] { return h.viewModel->segments().size() == 1; }, kEngineWaitMs))
+    if (!QTest::qWaitFor([&] { return h.viewModel->transcript()->segments().size() == 1; },
+                         kEngineWaitMs))
         return {};
     return h.viewModel->sessionId();
 }
@@ -80,7 +81,7 @@ void TstViewModelRunEnds::aStartDuringTheStopsFinishingKeepsBothRunsApart() {
     QCOMPARE(textsOf(saved->segments), (QStringList{u"Ensimmäinen"_s, u"Vain palvelimella"_s}));
 
     // The old run's end changed nothing of the new one: its screen, state, status and polls.
-    QVERIFY(vm.segments().isEmpty());
+    QVERIFY(vm.transcript()->segments().isEmpty());
     QVERIFY(vm.isRecording());
     QCOMPARE(vm.sessionId(), second);
     QVERIFY2(!h.statuses.mid(statusesOfSecond).contains(UiText::statusStopped),
@@ -202,7 +203,7 @@ void TstViewModelRunEnds::theServersStoppedStatusAfterTheStopEndsNothingTwice() 
     vm.stopRecording();
     QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(), UiText::statusStopped, kEngineWaitMs);
     QVERIFY(vm.canStart());
-    QCOMPARE(textsOf(vm.segments()), (QStringList{u"Viimeinen"_s, u"Jälkisana"_s}));
+    QCOMPARE(textsOf(vm.transcript()->segments()), (QStringList{u"Viimeinen"_s, u"Jälkisana"_s}));
     // Stopped by the user, not by the server: saved here and stopped there, no connection lost.
     QTRY_VERIFY_WITH_TIMEOUT(h.stoppedSessionIds().contains(id), kEngineWaitMs);
     const auto saved = SessionHistoryStore(h.historyDirectory.path()).load(id);

@@ -134,12 +134,12 @@ private Q_SLOTS:
         QCOMPARE(roleValue(model, 2, "displayName").toString(), u"Loopback (virtuaali)"_s);
         QCOMPARE(roleValue(model, 2, "isVirtual").toBool(), true);
 
-        QSignalSpy autoChanged(&model, &InputDeviceListModel::autoLabelChanged);
-        QCOMPARE(model.autoLabel(), u"Auto (suositus)"_s);
+        QSignalSpy autoChanged(&model, &InputDeviceListModel::autoDeviceLabelChanged);
+        QCOMPARE(model.autoDeviceLabel(), u"Auto (suositus)"_s);
         model.setRecommendedInputDeviceName(u"USB-mikrofoni"_s);
         model.setRecommendedInputDeviceName(u"USB-mikrofoni"_s);
         QCOMPARE(autoChanged.size(), 1);
-        QCOMPARE(model.autoLabel(), u"Auto (suositus: USB-mikrofoni)"_s);
+        QCOMPARE(model.autoDeviceLabel(), u"Auto (suositus: USB-mikrofoni)"_s);
     }
 
     void systemSourcesListWithTheirAutoEntries() {

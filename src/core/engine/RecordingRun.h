@@ -1,11 +1,11 @@
 #pragma once
 
+#include "engine/transcript/TranscriptLines.h"
 #include "model/Timestamp.h"
 #include "model/TranscriptPin.h"
 #include "model/TranscriptSegment.h"
 
 #include <QList>
-#include <QSet>
 #include <QString>
 #include <QUuid>
 
@@ -20,8 +20,7 @@ struct RecordingRun {
     /// A run's own copy of its transcript, taken when a newer run takes over the screen while it
     /// is still finishing: its late lines go here and it saves from here.
     struct DetachedTranscript {
-        QList<TranscriptSegment> segments;
-        QSet<QString> knownSegmentKeys;
+        TranscriptLines lines;
         QList<TranscriptPin> pins;
     };
 

@@ -38,6 +38,10 @@ TranscriptionViewModel::TranscriptionViewModel(Dependencies dependencies, QObjec
             &TranscriptionViewModel::commandAvailabilityChanged);
     connect(&m_sources, &AudioSources::inputDeviceChosen, this,
             &TranscriptionViewModel::handleInputDeviceChosen);
+    connect(&m_transcript, &SessionTranscript::segmentsChanged, this,
+            &TranscriptionViewModel::commandAvailabilityChanged);
+    connect(&m_transcript, &SessionTranscript::pinsChanged, this,
+            &TranscriptionViewModel::commandAvailabilityChanged);
     m_sources.refreshInputDevices();
 }
 
@@ -84,27 +88,11 @@ bool TranscriptionViewModel::canAddPin() const {
 }
 
 bool TranscriptionViewModel::canSave() const {
-    return (!m_segments.isEmpty() || !m_pins.isEmpty()) && !isRecording();
+    return (m_transcript.segmentCount() > 0 || m_transcript.pinCount() > 0) && !isRecording();
 }
 
 bool TranscriptionViewModel::canSummary() const {
-    return !m_segments.isEmpty() && !isRecording() && !m_sessionId.isEmpty();
-}
-
-QString TranscriptionViewModel::transcriptText() const {
-    return vesnara::transcriptText(m_segments);
-}
-
-qsizetype TranscriptionViewModel::wordCount() const {
-    return vesnara::wordCount(transcriptText());
-}
-
-QList<TranscriptPin> TranscriptionViewModel::pinsSortedByTimestamp() const {
-    QList<TranscriptPin> sorted = m_pins;
-    std::stable_sort(
-        sorted.begin(), sorted.end(),
-        [](const TranscriptPin& a, const TranscriptPin& b) { return a.timestamp < b.timestamp; });
-    return sorted;
+    return m_transcript.segmentCount() > 0 && !isRecording() && !m_sessionId.isEmpty();
 }
 
 // Private setters
@@ -148,37 +136,6 @@ void TranscriptionViewModel::setDiagnosticHint(const QString& hint) {
 void TranscriptionViewModel::setFallbackNoticeVisible(bool visible) {
     if (assignIfChanged(m_fallbackNoticeVisible, visible))
         Q_EMIT fallbackNoticeVisibleChanged();
-}
-
-void TranscriptionViewModel::setInterimText(const QString& text) {
-    if (assignIfChanged(m_interimText, text))
-        Q_EMIT interimTextChanged();
-}
-
-void TranscriptionViewModel::setSegments(QList<TranscriptSegment> segments) {
-    if (m_segments == segments)
-        return;
-    m_segments = std::move(segments);
-    Q_EMIT segmentsChanged();
-    notifyRunStateChanged();
-}
-
-void TranscriptionViewModel::setPins(QList<TranscriptPin> pins) {
-    if (m_pins == pins)
-        return;
-    m_pins = std::move(pins);
-    Q_EMIT pinsChanged();
-    notifyRunStateChanged();
-}
-
-void TranscriptionViewModel::setSelectedPinId(std::optional<QUuid> id) {
-    if (assignIfChanged(m_selectedPinId, id))
-        Q_EMIT selectedPinIdChanged();
-}
-
-void TranscriptionViewModel::setHighlightedPinId(std::optional<QUuid> id) {
-    if (assignIfChanged(m_highlightedPinId, id))
-        Q_EMIT highlightedPinIdChanged();
 }
 
 void TranscriptionViewModel::setSessionId(const QString& id) {

@@ -14,6 +14,7 @@
 #include "engine/parts/RecordingMeters.h"
 #include "engine/parts/RecordingSettings.h"
 #include "engine/parts/SessionHistory.h"
+#include "engine/parts/SessionTranscript.h"
 #include "engine/parts/SupportTools.h"
 #include "engine/rules/MixerQueues.h"
 #include "engine/rules/RecordingRunState.h"
@@ -74,6 +75,7 @@ class TranscriptionViewModel final : public QObject {
     Q_PROPERTY(vesnara::RecordingSettings* settings READ settings CONSTANT)
     Q_PROPERTY(vesnara::AudioSources* sources READ sources CONSTANT)
     Q_PROPERTY(vesnara::PermissionPanel* permissions READ permissions CONSTANT)
+    Q_PROPERTY(vesnara::SessionTranscript* transcript READ transcript CONSTANT)
     Q_PROPERTY(vesnara::SessionHistory* history READ history CONSTANT)
     Q_PROPERTY(vesnara::SupportTools* support READ support CONSTANT)
     Q_PROPERTY(vesnara::RecordingMeters* meters READ meters CONSTANT)
@@ -89,14 +91,6 @@ class TranscriptionViewModel final : public QObject {
         bool fallbackNoticeVisible READ fallbackNoticeVisible NOTIFY fallbackNoticeVisibleChanged)
     Q_PROPERTY(QString sessionId READ sessionId NOTIFY sessionIdChanged)
 
-    // Transcript
-    Q_PROPERTY(QString interimText READ interimText NOTIFY interimTextChanged)
-    Q_PROPERTY(QList<vesnara::TranscriptSegment> segments READ segments NOTIFY segmentsChanged)
-    Q_PROPERTY(QList<vesnara::TranscriptPin> pins READ pins NOTIFY pinsChanged)
-    Q_PROPERTY(std::optional<QUuid> selectedPinId READ selectedPinId NOTIFY selectedPinIdChanged)
-    Q_PROPERTY(
-        std::optional<QUuid> highlightedPinId READ highlightedPinId NOTIFY highlightedPinIdChanged)
-
     // Derived values
     Q_PROPERTY(bool canStart READ canStart NOTIFY commandAvailabilityChanged)
     Q_PROPERTY(bool canStop READ canStop NOTIFY commandAvailabilityChanged)
@@ -105,12 +99,6 @@ class TranscriptionViewModel final : public QObject {
     Q_PROPERTY(bool canAddPin READ canAddPin NOTIFY commandAvailabilityChanged)
     Q_PROPERTY(bool canSave READ canSave NOTIFY commandAvailabilityChanged)
     Q_PROPERTY(bool canSummary READ canSummary NOTIFY commandAvailabilityChanged)
-    Q_PROPERTY(QString transcriptText READ transcriptText NOTIFY segmentsChanged)
-    Q_PROPERTY(qsizetype wordCount READ wordCount NOTIFY segmentsChanged)
-    Q_PROPERTY(qsizetype segmentCount READ segmentCount NOTIFY segmentsChanged)
-    Q_PROPERTY(qsizetype pinCount READ pinCount NOTIFY pinsChanged)
-    Q_PROPERTY(QList<vesnara::TranscriptPin> pinsSortedByTimestamp READ pinsSortedByTimestamp NOTIFY
-                   pinsChanged)
 
 public:
     /// What the view model works on. Everything referenced must outlive the view model.
@@ -151,6 +139,8 @@ public:
     AudioSources* sources() { return &m_sources; }
     const AudioSources* sources() const { return &m_sources; }
     PermissionPanel* permissions() { return &m_permissions; }
+    SessionTranscript* transcript() { return &m_transcript; }
+    const SessionTranscript* transcript() const { return &m_transcript; }
     SessionHistory* history() { return &m_history; }
     SupportTools* support() { return &m_support; }
     const SupportTools* support() const { return &m_support; }
@@ -166,12 +156,6 @@ public:
     const QString& pauseElapsedLabel() const { return m_pauseElapsedLabel; }
     bool fallbackNoticeVisible() const { return m_fallbackNoticeVisible; }
 
-    // Transcript
-    const QString& interimText() const { return m_interimText; }
-    const QList<TranscriptSegment>& segments() const { return m_segments; }
-    const QList<TranscriptPin>& pins() const { return m_pins; }
-    std::optional<QUuid> selectedPinId() const { return m_selectedPinId; }
-    std::optional<QUuid> highlightedPinId() const { return m_highlightedPinId; }
     const QString& sessionId() const { return m_sessionId; }
 
     // Derived values, computed at each reading
@@ -183,11 +167,6 @@ public:
     /// At least one segment or pin, and not recording (also true while a stop finishes).
     bool canSave() const;
     bool canSummary() const;
-    QString transcriptText() const;
-    qsizetype wordCount() const;
-    qsizetype segmentCount() const { return m_segments.size(); }
-    qsizetype pinCount() const { return m_pins.size(); }
-    QList<TranscriptPin> pinsSortedByTimestamp() const;
 
     // Recording
     /// Clears the last session, creates a new one on the server, opens its stream and starts
@@ -215,11 +194,6 @@ Q_SIGNALS:
     void isPausedChanged();
     void pauseElapsedLabelChanged();
     void fallbackNoticeVisibleChanged();
-    void interimTextChanged();
-    void segmentsChanged();
-    void pinsChanged();
-    void selectedPinIdChanged();
-    void highlightedPinIdChanged();
     void sessionIdChanged();
     /// One of the run-state flags, the audio test, the segments, the pins or `sessionId`
     /// changed: the `can…` values may have changed.
@@ -235,11 +209,6 @@ private:
     void setPauseElapsedLabel(const QString& label);
     void setDiagnosticHint(const QString& hint);
     void setFallbackNoticeVisible(bool visible);
-    void setInterimText(const QString& text);
-    void setSegments(QList<TranscriptSegment> segments);
-    void setPins(QList<TranscriptPin> pins);
-    void setSelectedPinId(std::optional<QUuid> id);
-    void setHighlightedPinId(std::optional<QUuid> id);
     void setSessionId(const QString& id);
 
     // Recording (TranscriptionViewModelRecording.cpp)
@@ -297,8 +266,6 @@ private:
                              QList<TranscriptSegment> segmentsAtStop, QString language,
                              QString sttModel, STTConfiguration config, STTAPIClient apiClient);
     void resetRunFigures();
-    /// Links the pins on screen to their nearest lines.
-    void linkPinsOnScreen();
     /// Writes the transcript out after a stop when the user asked for it. Comes with the
     /// exports; does nothing yet.
     void autoExportAfterStopIfEnabled();
@@ -383,6 +350,7 @@ private:
     RecordingSettings m_settings;
     PermissionPanel m_permissions;
     AudioSources m_sources;
+    SessionTranscript m_transcript;
     SupportTools m_support;
     RecordingMeters m_meters;
     SessionHistory m_history;
@@ -395,12 +363,6 @@ private:
     QString m_pauseElapsedLabel;
     bool m_fallbackNoticeVisible = false;
 
-    // Transcript
-    QString m_interimText;
-    QList<TranscriptSegment> m_segments;
-    QList<TranscriptPin> m_pins;
-    std::optional<QUuid> m_selectedPinId;
-    std::optional<QUuid> m_highlightedPinId;
     QString m_sessionId;
 
     // Stream
@@ -421,9 +383,6 @@ private:
     // Identities: a step whose captured value differs from the field is stale.
     QUuid m_startAttemptID;
     QUuid m_resumeAttemptID;
-
-    // Duplicates
-    QSet<QString> m_knownSegmentKeys;
 
     // Mixer queues and source counters
     MixerQueues m_mixerQueues;

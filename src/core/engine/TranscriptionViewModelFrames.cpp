@@ -89,8 +89,9 @@ void TranscriptionViewModel::handleOutgoingPCMFrame(const QByteArray& frame,
 
     m_lastLocalAudioAt = Timestamp::now();
     m_meters.countOutgoingFrame(level);
-    if (const auto status = statusTextAfterOutgoingFrame(
-            m_meters.audioFramesSent(), level, isRecording(), isPaused(), !m_segments.isEmpty()))
+    if (const auto status =
+            statusTextAfterOutgoingFrame(m_meters.audioFramesSent(), level, isRecording(),
+                                         isPaused(), m_transcript.segmentCount() > 0))
         setStatusText(*status);
 }
 

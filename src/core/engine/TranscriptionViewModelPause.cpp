@@ -183,8 +183,8 @@ QCoro::Task<> TranscriptionViewModel::fetchTranscriptAfterRemoteStop(
     mergePolledSegments(run, transcript->segments);
     if (!sessionMeta)
         co_return;
-    if (const auto hint =
-            emptyResultHintAfterRemoteStop(m_segments.size(), *sessionMeta, m_sources.inputMode()))
+    if (const auto hint = emptyResultHintAfterRemoteStop(m_transcript.segmentCount(), *sessionMeta,
+                                                         m_sources.inputMode()))
         setDiagnosticHint(*hint);
 }
 

@@ -36,18 +36,13 @@ void TranscriptionViewModel::startRecording() {
     }
     // A run still finishing its stop keeps its own lines from here on.
     if (m_run && m_runState == RecordingRunState::finishing)
-        m_run->detached = RecordingRun::DetachedTranscript{m_segments, m_knownSegmentKeys, m_pins};
+        m_run->detached =
+            RecordingRun::DetachedTranscript{m_transcript.lines(), m_transcript.pins()};
     m_run = std::make_shared<RecordingRun>();
     setStatusText(UiText::statusConnecting);
     setRunState(RecordingRunState::starting);
-    setInterimText({});
-
-    setSegments({});
-    setPins({});
-    setSelectedPinId(std::nullopt);
-    setHighlightedPinId(std::nullopt);
+    m_transcript.clear();
     m_pinHighlightTask.cancelAndClear();
-    m_knownSegmentKeys.clear();
 
     m_transcriptPollTask.cancelAndClear();
     m_sessionMetaPollTask.cancelAndClear();

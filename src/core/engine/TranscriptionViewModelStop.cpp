@@ -33,8 +33,8 @@ void TranscriptionViewModel::stopRecording() {
     endRun(RunEnd::stoppedByUser);
     AppLog::write(u"stopRecording session=%1"_s.arg(m_sessionId));
 
-    finishStop(m_run, m_webSocketClient, Timestamp::now(), m_segments, m_settings.language(),
-               m_settings.sttModel(), m_settings.config(), m_apiClient);
+    finishStop(m_run, m_webSocketClient, Timestamp::now(), m_transcript.segments(),
+               m_settings.language(), m_settings.sttModel(), m_settings.config(), m_apiClient);
 }
 
 void TranscriptionViewModel::endRun(RunEnd end) {
@@ -93,11 +93,11 @@ QCoro::Task<> TranscriptionViewModel::finishStop(std::shared_ptr<RecordingRun> r
     QList<TranscriptSegment> segments;
     QList<TranscriptPin> pins;
     if (isOnScreen) {
-        linkPinsOnScreen();
-        segments = m_segments.isEmpty() ? segmentsAtStop : m_segments;
-        pins = m_pins;
+        m_transcript.linkPins();
+        segments = m_transcript.segments().isEmpty() ? segmentsAtStop : m_transcript.segments();
+        pins = m_transcript.pins();
     } else {
-        segments = run->detached->segments;
+        segments = run->detached->lines.segments();
         pins = run->detached->pins;
         linkPinsToNearestSegments(pins, segments);
     }
@@ -148,12 +148,6 @@ void TranscriptionViewModel::resetRunFigures() {
     m_hasAttemptedMicrophoneDeviceFallback = false;
     m_hasAutoExportedFallbackDiagnostics = false;
     setFallbackNoticeVisible(false);
-}
-
-void TranscriptionViewModel::linkPinsOnScreen() {
-    QList<TranscriptPin> linked = m_pins;
-    if (linkPinsToNearestSegments(linked, m_segments))
-        setPins(std::move(linked));
 }
 
 void TranscriptionViewModel::autoExportAfterStopIfEnabled() {

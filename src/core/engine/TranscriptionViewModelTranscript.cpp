@@ -23,7 +23,7 @@ void TranscriptionViewModel::handleStreamEvent(const std::shared_ptr<RecordingRu
     }
     const Timestamp now = Timestamp::now();
     if (const auto* partial = event.as<StreamEvent::Partial>()) {
-        setInterimText(partial->text);
+        m_transcript.setInterimText(partial->text);
         m_meters.setLastPartialReceivedAt(now);
         if (const auto status = statusTextAfterPartial(partial->text, isRecording(), isPaused()))
             setStatusText(*status);
@@ -31,7 +31,7 @@ void TranscriptionViewModel::handleStreamEvent(const std::shared_ptr<RecordingRu
     }
     if (const auto* line = event.as<StreamEvent::Final>()) {
         addFinalLine(run, {line->text, line->timestamp, line->speakerLabel, DuplicateCheck::byKey});
-        setInterimText({});
+        m_transcript.setInterimText({});
         m_meters.setLastFinalReceivedAt(now);
         if (isRecording() && !isPaused())
             setListeningStatus(m_sources.inputMode());
@@ -66,30 +66,29 @@ void TranscriptionViewModel::handleStreamEvent(const std::shared_ptr<RecordingRu
 void TranscriptionViewModel::addFinalLine(const std::shared_ptr<RecordingRun>& run,
                                           const FinalLine& line) {
     if (run && run->isDetached()) {
-        auto& own = *run->detached;
-        if (auto addition = segmentAddition(own.segments, own.knownSegmentKeys, line))
-            addSegment(own.segments, own.knownSegmentKeys, std::move(*addition));
+        run->detached->lines.add(line);
         return;
     }
     // A run that ended without finishing (a failed start, a remote stop) has left the screen to
     // whatever came next.
-    if (run != m_run)
-        return;
-    auto addition = segmentAddition(m_segments, m_knownSegmentKeys, line);
-    if (!addition)
-        return;
-    QList<TranscriptSegment> segments = m_segments;
-    addSegment(segments, m_knownSegmentKeys, std::move(*addition));
-    setSegments(std::move(segments));
-    linkPinsOnScreen();
+    if (run == m_run)
+        m_transcript.addFinalLine(line);
 }
 
 void TranscriptionViewModel::mergePolledSegments(
     const std::shared_ptr<RecordingRun>& run,
     const QList<ServerTranscriptResponse::Segment>& segments) {
     const Timestamp receivedAt = Timestamp::now();
+    QList<FinalLine> lines;
+    lines.reserve(segments.size());
     for (const auto& segment : segments)
-        addFinalLine(run, polledFinalLine(segment, receivedAt));
+        lines << polledFinalLine(segment, receivedAt);
+    if (run && run->isDetached()) {
+        for (const FinalLine& line : lines)
+            run->detached->lines.add(line);
+    } else if (run == m_run) {
+        m_transcript.mergeLines(lines);
+    }
 }
 
 void TranscriptionViewModel::startTranscriptPolling(std::shared_ptr<RecordingRun> run,

@@ -40,6 +40,8 @@ target_sources(vesnara_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/parts/RecordingSettings.cpp
     ${CMAKE_CURRENT_LIST_DIR}/parts/RecordingSettings.h
     ${CMAKE_CURRENT_LIST_DIR}/parts/SessionHistory.h
+    ${CMAKE_CURRENT_LIST_DIR}/parts/SessionTranscript.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/parts/SessionTranscript.h
     ${CMAKE_CURRENT_LIST_DIR}/parts/SupportTools.cpp
     ${CMAKE_CURRENT_LIST_DIR}/parts/SupportTools.h
     ${CMAKE_CURRENT_LIST_DIR}/StatusLine.cpp

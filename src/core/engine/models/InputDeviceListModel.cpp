@@ -39,10 +39,10 @@ void InputDeviceListModel::setRecommendedInputDeviceName(const QString& name) {
     if (name == m_recommendedName)
         return;
     m_recommendedName = name;
-    Q_EMIT autoLabelChanged();
+    Q_EMIT autoDeviceLabelChanged();
 }
 
-QString InputDeviceListModel::autoLabel() const {
+QString InputDeviceListModel::autoDeviceLabel() const {
     return UiText::automaticInputDeviceEntry(m_recommendedName);
 }
 

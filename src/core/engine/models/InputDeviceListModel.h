@@ -5,12 +5,12 @@
 
 namespace vesnara {
 
-/// The microphone picker's devices, after its Auto entry (`autoLabel`, id 0).
+/// The microphone picker's devices, after its Auto entry (`autoDeviceLabel`, id 0).
 class InputDeviceListModel final : public KeyedListModel<AudioInputDeviceOption> {
     Q_OBJECT
     Q_PROPERTY(QString recommendedInputDeviceName READ recommendedInputDeviceName WRITE
-                   setRecommendedInputDeviceName NOTIFY autoLabelChanged)
-    Q_PROPERTY(QString autoLabel READ autoLabel NOTIFY autoLabelChanged)
+                   setRecommendedInputDeviceName NOTIFY autoDeviceLabelChanged)
+    Q_PROPERTY(QString autoDeviceLabel READ autoDeviceLabel NOTIFY autoDeviceLabelChanged)
 
 public:
     enum Role {
@@ -33,10 +33,10 @@ public:
     const QString& recommendedInputDeviceName() const { return m_recommendedName; }
     void setRecommendedInputDeviceName(const QString& name);
     /// "Auto (suositus: <name>)", or "Auto (suositus)" without a recommended name.
-    QString autoLabel() const;
+    QString autoDeviceLabel() const;
 
 Q_SIGNALS:
-    void autoLabelChanged();
+    void autoDeviceLabelChanged();
 
 private:
     QString m_recommendedName;

@@ -58,7 +58,7 @@ AudioSources::~AudioSources() {
 QString AudioSources::selectedInputDeviceName() const {
     if (m_selectedInputDeviceID == 0)
         return UiText::automaticSource;
-    for (const auto& device : m_availableInputDevices) {
+    for (const auto& device : m_inputDevices.items()) {
         if (device.id == m_selectedInputDeviceID)
             return device.name;
     }
@@ -68,7 +68,7 @@ QString AudioSources::selectedInputDeviceName() const {
 bool AudioSources::isSelectedInputDeviceVirtual() const {
     if (m_selectedInputDeviceID == 0)
         return false;
-    for (const auto& device : m_availableInputDevices) {
+    for (const auto& device : m_inputDevices.items()) {
         if (device.id == m_selectedInputDeviceID)
             return device.isVirtual;
     }
@@ -78,7 +78,7 @@ bool AudioSources::isSelectedInputDeviceVirtual() const {
 QString AudioSources::selectedSystemDisplayName() const {
     if (m_selectedSystemDisplayID == 0)
         return UiText::automaticSource;
-    for (const auto& display : m_availableSystemDisplays) {
+    for (const auto& display : m_systemDisplays.items()) {
         if (display.id == m_selectedSystemDisplayID)
             return display.name;
     }
@@ -120,7 +120,7 @@ StableInputSelection AudioSources::stableInputDeviceSelection(quint32 selected) 
     if (!fallback)
         return {selected, std::nullopt, std::nullopt};
     QString name = UiText::selectedBluetoothMicrophone;
-    for (const auto& device : m_availableInputDevices) {
+    for (const auto& device : m_inputDevices.items()) {
         if (device.id == selected)
             name = device.name;
     }
@@ -169,15 +169,15 @@ void AudioSources::refreshInputDevices() {
         recommended = stable->name;
     } else {
         const auto firstReal =
-            std::find_if(m_availableInputDevices.cbegin(), m_availableInputDevices.cend(),
+            std::find_if(m_inputDevices.items().cbegin(), m_inputDevices.items().cend(),
                          [](const AudioInputDeviceOption& device) { return !device.isVirtual; });
-        if (firstReal != m_availableInputDevices.cend())
+        if (firstReal != m_inputDevices.items().cend())
             recommended = firstReal->name;
     }
     setRecommendedInputDeviceName(recommended);
 
     if (m_selectedInputDeviceID != 0 &&
-        std::none_of(m_availableInputDevices.begin(), m_availableInputDevices.end(),
+        std::none_of(m_inputDevices.items().begin(), m_inputDevices.items().end(),
                      [this](const AudioInputDeviceOption& device) {
                          return device.id == m_selectedInputDeviceID;
                      }))
@@ -265,28 +265,34 @@ void AudioSources::setSelectedSystemApplicationBundleID(const QString& bundleID)
 }
 
 void AudioSources::setAvailableInputDevices(QList<AudioInputDeviceOption> devices) {
-    if (!assignIfChanged(m_availableInputDevices, std::move(devices)))
+    if (devices == m_inputDevices.items())
         return;
+    m_inputDevices.setItems(std::move(devices));
     Q_EMIT availableInputDevicesChanged();
     Q_EMIT sourceLabelsChanged();
 }
 
 void AudioSources::setRecommendedInputDeviceName(const QString& name) {
-    if (assignIfChanged(m_recommendedInputDeviceName, name))
-        Q_EMIT recommendedInputDeviceNameChanged();
+    if (name == m_inputDevices.recommendedInputDeviceName())
+        return;
+    m_inputDevices.setRecommendedInputDeviceName(name);
+    Q_EMIT recommendedInputDeviceNameChanged();
 }
 
 void AudioSources::setAvailableSystemDisplays(QList<SystemAudioDisplayOption> displays) {
-    if (!assignIfChanged(m_availableSystemDisplays, std::move(displays)))
+    if (displays == m_systemDisplays.items())
         return;
+    m_systemDisplays.setItems(std::move(displays));
     Q_EMIT availableSystemDisplaysChanged();
     Q_EMIT sourceLabelsChanged();
 }
 
 void AudioSources::setAvailableSystemApplications(
     QList<SystemAudioApplicationOption> applications) {
-    if (assignIfChanged(m_availableSystemApplications, std::move(applications)))
-        Q_EMIT availableSystemApplicationsChanged();
+    if (applications == m_systemApplications.items())
+        return;
+    m_systemApplications.setItems(std::move(applications));
+    Q_EMIT availableSystemApplicationsChanged();
 }
 
 void AudioSources::setInputMode(AudioInputMode mode) {

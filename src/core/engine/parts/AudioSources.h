@@ -3,6 +3,9 @@
 #include "audio/AudioSourceOptions.h"
 #include "audio/MicrophoneCapture.h"
 #include "audio/SystemAudioCapture.h"
+#include "engine/models/InputDeviceListModel.h"
+#include "engine/models/SystemApplicationListModel.h"
+#include "engine/models/SystemDisplayListModel.h"
 #include "model/AudioInputMode.h"
 #include "model/Timing.h"
 
@@ -36,18 +39,17 @@ struct StableInputSelection {
 /// here: `inputDeviceChosen` tells the recording.
 class AudioSources final : public QObject {
     Q_OBJECT
-    Q_PROPERTY(QList<vesnara::AudioInputDeviceOption> availableInputDevices READ
-                   availableInputDevices NOTIFY availableInputDevicesChanged)
+    Q_PROPERTY(vesnara::InputDeviceListModel* availableInputDevices READ inputDeviceModel CONSTANT)
     Q_PROPERTY(quint32 selectedInputDeviceID READ selectedInputDeviceID NOTIFY
                    selectedInputDeviceIDChanged)
     Q_PROPERTY(QString recommendedInputDeviceName READ recommendedInputDeviceName NOTIFY
                    recommendedInputDeviceNameChanged)
-    Q_PROPERTY(QList<vesnara::SystemAudioDisplayOption> availableSystemDisplays READ
-                   availableSystemDisplays NOTIFY availableSystemDisplaysChanged)
+    Q_PROPERTY(
+        vesnara::SystemDisplayListModel* availableSystemDisplays READ systemDisplayModel CONSTANT)
     Q_PROPERTY(quint32 selectedSystemDisplayID READ selectedSystemDisplayID NOTIFY
                    selectedSystemDisplayIDChanged)
-    Q_PROPERTY(QList<vesnara::SystemAudioApplicationOption> availableSystemApplications READ
-                   availableSystemApplications NOTIFY availableSystemApplicationsChanged)
+    Q_PROPERTY(vesnara::SystemApplicationListModel* availableSystemApplications READ
+                   systemApplicationModel CONSTANT)
     Q_PROPERTY(QString selectedSystemApplicationBundleID READ selectedSystemApplicationBundleID
                    NOTIFY selectedSystemApplicationBundleIDChanged)
     Q_PROPERTY(
@@ -76,17 +78,23 @@ public:
     SystemAudioCapture& systemAudio() { return m_systemAudio; }
     const SystemAudioCapture& systemAudio() const { return m_systemAudio; }
 
+    InputDeviceListModel* inputDeviceModel() { return &m_inputDevices; }
+    SystemDisplayListModel* systemDisplayModel() { return &m_systemDisplays; }
+    SystemApplicationListModel* systemApplicationModel() { return &m_systemApplications; }
+
     const QList<AudioInputDeviceOption>& availableInputDevices() const {
-        return m_availableInputDevices;
+        return m_inputDevices.items();
     }
     quint32 selectedInputDeviceID() const { return m_selectedInputDeviceID; }
-    const QString& recommendedInputDeviceName() const { return m_recommendedInputDeviceName; }
+    const QString& recommendedInputDeviceName() const {
+        return m_inputDevices.recommendedInputDeviceName();
+    }
     const QList<SystemAudioDisplayOption>& availableSystemDisplays() const {
-        return m_availableSystemDisplays;
+        return m_systemDisplays.items();
     }
     quint32 selectedSystemDisplayID() const { return m_selectedSystemDisplayID; }
     const QList<SystemAudioApplicationOption>& availableSystemApplications() const {
-        return m_availableSystemApplications;
+        return m_systemApplications.items();
     }
     const QString& selectedSystemApplicationBundleID() const {
         return m_selectedSystemApplicationBundleID;
@@ -158,12 +166,11 @@ private:
     StatusLine& m_status;
     const PermissionPanel& m_permissions;
 
-    QList<AudioInputDeviceOption> m_availableInputDevices;
+    InputDeviceListModel m_inputDevices;
     quint32 m_selectedInputDeviceID = 0;
-    QString m_recommendedInputDeviceName;
-    QList<SystemAudioDisplayOption> m_availableSystemDisplays;
+    SystemDisplayListModel m_systemDisplays;
     quint32 m_selectedSystemDisplayID = 0;
-    QList<SystemAudioApplicationOption> m_availableSystemApplications;
+    SystemApplicationListModel m_systemApplications;
     QString m_selectedSystemApplicationBundleID;
     AudioInputMode m_inputMode = AudioInputMode::microphone;
 };

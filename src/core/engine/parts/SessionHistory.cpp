@@ -15,9 +15,9 @@ SessionHistory::SessionHistory(std::optional<QString> directory, QObject* parent
 
 void SessionHistory::refreshSessionHistory() {
     auto list = m_store.list();
-    if (list == m_sessionHistory)
+    if (list == m_sessions.items())
         return;
-    m_sessionHistory = std::move(list);
+    m_sessions.setItems(std::move(list));
     Q_EMIT sessionHistoryChanged();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "engine/models/SavedSessionListModel.h"
 #include "model/SavedSession.h"
 #include "storage/SessionHistoryStore.h"
 
@@ -14,8 +15,7 @@ namespace vesnara {
 /// of a finished recording into it.
 class SessionHistory final : public QObject {
     Q_OBJECT
-    Q_PROPERTY(QList<vesnara::SavedSessionListItem> sessionHistory READ sessionHistory NOTIFY
-                   sessionHistoryChanged)
+    Q_PROPERTY(vesnara::SavedSessionListModel* sessionHistory READ sessionModel CONSTANT)
     Q_PROPERTY(QString selectedSessionHistoryId READ selectedSessionHistoryId NOTIFY
                    selectedSessionHistoryIdChanged)
 
@@ -23,7 +23,9 @@ public:
     /// Lists the sessions of `directory` (nothing: the default one) at once.
     explicit SessionHistory(std::optional<QString> directory, QObject* parent = nullptr);
 
-    const QList<SavedSessionListItem>& sessionHistory() const { return m_sessionHistory; }
+    SavedSessionListModel* sessionModel() { return &m_sessions; }
+    /// The saved sessions, newest first.
+    const QList<SavedSessionListItem>& sessionHistory() const { return m_sessions.items(); }
     const QString& selectedSessionHistoryId() const { return m_selectedSessionHistoryId; }
     const SessionHistoryStore& store() const { return m_store; }
 
@@ -41,7 +43,7 @@ Q_SIGNALS:
 
 private:
     SessionHistoryStore m_store;
-    QList<SavedSessionListItem> m_sessionHistory;
+    SavedSessionListModel m_sessions;
     QString m_selectedSessionHistoryId;
 };
 
