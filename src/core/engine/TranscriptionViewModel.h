@@ -50,8 +50,25 @@ class WebSocketStreamClient;
 class DesktopServices;
 struct StreamEvent;
 
-/// The recording engine: one long-lived object on the main thread that holds everything the
-/// screens show and every command they call, from the start of a recording to its saved session.
+/// The recording engine: the one object the screens are given. It keeps the recording run
+/// itself (start, stop, pause, resume, the run's polls and the supervision of its sources) and
+/// hands out every other group as an owned part, each behind a constant property:
+///
+/// | property      | object              | holds                                                 |
+/// |---------------|---------------------|-------------------------------------------------------|
+/// | `status`      | `StatusLine`        | `statusText`, `diagnosticHint` (every part writes it) |
+/// | `settings`    | `RecordingSettings` | the configuration field by field, language and model, |
+/// |               |                     | export choices, mixer and presets, endpoint commands, |
+/// |               |                     | the settings' prompts, `updateAuthContext`            |
+/// | `sources`     | `AudioSources`      | the capture objects, device listings and pickers,     |
+/// |               |                     | `inputMode`, the source labels                        |
+/// | `permissions` | `PermissionPanel`   | both permission snapshots, requests, settings pages,  |
+/// |               |                     | relaunch                                              |
+/// | `transcript`  | `SessionTranscript` | lines and pins as list models, `interimText`,         |
+/// |               |                     | `transcriptText`, `wordCount`, selected and lit pin   |
+/// | `history`     | `SessionHistory`    | the saved sessions as a list model                    |
+/// | `support`     | `SupportTools`      | the audio test; memo, diagnostics and recovery status |
+/// | `meters`      | `RecordingMeters`   | frames sent, levels, times of the server's last words |
 ///
 /// Every observable value is a property with a change signal; a setter signals only a real
 /// change, and derived values are signalled whenever one of their inputs changes. Commands never
@@ -61,12 +78,11 @@ struct StreamEvent;
 /// come from the capture threads by value through queued calls.
 ///
 /// The implementation is split by concern: TranscriptionViewModel.cpp (construction, derived
-/// values, setters), …Config.cpp (settings), …Recording.cpp (start, capture, keep-alive),
-/// …Transcript.cpp (stream events, transcript merge and poll), …Stop.cpp (stop and the saved
+/// values, setters), …Recording.cpp (start, capture, keep-alive), …Transcript.cpp (stream
+/// events, transcript merge and poll), …Stop.cpp (the one teardown, stop and the saved
 /// session), …Frames.cpp (the outgoing frame path and the mixer queues), …Pause.cpp (pause,
 /// resume, remote stop), …Meta.cpp (the meta poll and its live hints), …Supervision.cpp (the
-/// repairs of the sources, the pickers, the device listings), …Permissions.cpp (the permission
-/// panel's checks and requests), …AudioTest.cpp (the audio test).
+/// repairs of the sources during a recording).
 class TranscriptionViewModel final : public QObject {
     Q_OBJECT
 
