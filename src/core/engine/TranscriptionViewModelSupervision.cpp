@@ -320,7 +320,8 @@ void TranscriptionViewModel::setPreferredSystemApplication(const QString& bundle
 // Device listings
 
 void TranscriptionViewModel::refreshInputDevices() {
-    QList<AudioInputDeviceOption> devices = m_microphone.listAvailableInputDevices();
+    QList<AudioInputDeviceOption> devices =
+        m_microphone.listAvailableInputDevices().value_or(QList<AudioInputDeviceOption>{});
     QList<AudioInputDeviceOption> real, virtualDevices;
     for (const auto& device : devices)
         (device.isVirtual ? virtualDevices : real).append(device);
@@ -329,10 +330,11 @@ void TranscriptionViewModel::refreshInputDevices() {
     setAvailableInputDevices(real + virtualDevices);
 
     AudioInputBackend& backend = m_microphone.backend();
-    const auto classified = classifyInputDevices(backend.listInputDevices());
+    const AudioInputDeviceListing listing = backend.listInputDevices();
+    const auto classified = classifyInputDevices(listing.devices);
     QString recommended;
     if (const auto stable =
-            preferredStableInputDevice(classified, std::nullopt, backend.defaultInputDeviceId())) {
+            preferredStableInputDevice(classified, std::nullopt, listing.defaultDeviceId)) {
         recommended = stable->name;
     } else {
         for (const auto& device : m_availableInputDevices) {
