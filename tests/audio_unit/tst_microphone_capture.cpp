@@ -209,7 +209,7 @@ private Q_SLOTS:
         // Without a list a start asks for the stored choice as it is, and names it once the list
         // can be read.
         capture.preferredInputDeviceID = headsetId;
-        m_backend.gate.hold();
+        const auto held = m_backend.gate.holdInScope();
         const auto started = test::startTask(capture.startAsync());
         QVERIFY(m_backend.gate.waitUntilWaiting(1));
         m_backend.listingError.reset();
@@ -234,7 +234,7 @@ private Q_SLOTS:
         capture.onPCMFrame = collector.sink();
         QVERIFY(startedAsync(capture));
 
-        backend.gate.hold();
+        const auto held = backend.gate.holdInScope();
         const auto stopped = test::startTask(capture.stopAsync());
         QVERIFY(!capture.isRunning());
         capture.preferredInputDeviceID = headsetId;
@@ -262,7 +262,7 @@ private Q_SLOTS:
         capture.onPCMFrame = collector.sink();
         capture.onStreamFailure = [&failure](const QString& details) { failure = details; };
 
-        backend.gate.hold();
+        const auto held = backend.gate.holdInScope();
         const auto started = test::startTask(capture.startAsync());
         QVERIFY(backend.gate.waitUntilWaiting(1));
         const auto stopped = test::startTask(capture.stopAsync());
@@ -297,7 +297,7 @@ private Q_SLOTS:
         backend.play(QList<ScriptedAudioBuffer>(400, hardwareBuffer()), 1ms);
         QTRY_VERIFY(collector.frames().size() >= 2);
 
-        backend.gate.hold();
+        const auto held = backend.gate.holdInScope();
         const auto stopped = test::startTask(capture.stopAsync());
         const auto framesAtStop = collector.frames().size();
         backend.deliver(hardwareBuffer());

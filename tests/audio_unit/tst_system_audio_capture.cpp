@@ -257,7 +257,7 @@ private Q_SLOTS:
             stoppedBySelf = details;
         };
 
-        backend.gate.hold();
+        const auto held = backend.gate.holdInScope();
         const auto first = test::startTask(capture.startAsync());
         QVERIFY(backend.gate.waitUntilWaiting(1));
         const auto stopped = test::startTask(capture.stopAsync());

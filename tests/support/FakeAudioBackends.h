@@ -5,6 +5,7 @@
 
 #include <QByteArray>
 #include <QList>
+#include <QScopeGuard>
 #include <QStringList>
 
 #include <atomic>
@@ -67,6 +68,13 @@ class BackendCallGate {
 public:
     /// From now on calls wait at the entrance.
     void hold();
+    /// `hold` until the returned guard is gone: a test that fails half-way then leaves no call
+    /// waiting for a destructor to wait on. Keep the guard after the capture object, so it goes
+    /// first.
+    [[nodiscard]] auto holdInScope() {
+        hold();
+        return qScopeGuard([this] { release(); });
+    }
     /// Lets one waiting (or the next) call through.
     void passOne();
     /// Lets every call through, now and later.
