@@ -12,6 +12,7 @@
 #include <QEventLoop>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QThread>
 #include <QTimer>
 #include <QtEndian>
 
@@ -148,8 +149,12 @@ private:
 void BM_MicrophoneCaptureLatency(benchmark::State& state) {
     PulseAudioInputBackend backend;
     MicrophoneCapture capture(backend);
+    // The connection to the server is made in the background: wait for the first listing.
+    std::optional<QList<AudioInputDeviceOption>> devices;
+    for (int i = 0; i < 500 && !(devices = capture.listAvailableInputDevices()); ++i)
+        QThread::msleep(10);
     std::optional<quint32> builtIn;
-    for (const auto& device : capture.listAvailableInputDevices())
+    for (const auto& device : devices.value_or(QList<AudioInputDeviceOption>{}))
         if (device.name == u"Built-in Microphone"_s)
             builtIn = device.id;
     if (!builtIn) {

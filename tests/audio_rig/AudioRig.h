@@ -9,6 +9,7 @@
 #include <QObject>
 #include <QProcess>
 #include <QStringList>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QtEndian>
 
@@ -52,14 +53,28 @@ inline QString rigUnavailableReason() {
             QSKIP(qPrintable(reason));                                                             \
     } while (false)
 
-/// Writes a mono 16-bit WAV of a sine tone.
-inline bool writeToneWav(const QString& path, double frequency, double amplitude, double seconds,
-                         int rate = 48000) {
-    const auto samples = static_cast<quint32>(seconds * rate);
-    QByteArray data(static_cast<qsizetype>(samples) * 2, Qt::Uninitialized);
-    for (quint32 i = 0; i < samples; ++i) {
-        const double x = amplitude * std::sin(2.0 * std::numbers::pi * frequency * i / rate);
-        qToLittleEndian<qint16>(static_cast<qint16>(std::lround(x * 32767.0)), data.data() + 2 * i);
+/// One stretch of a tone file: a sine of `frequency` for `seconds`.
+struct ToneSegment {
+    double frequency = 0.0;
+    double seconds = 0.0;
+};
+
+/// Writes a mono 16-bit WAV of sine tones one after the other, each at `amplitude`, the phase
+/// running on across the joins.
+inline bool writeTonesWav(const QString& path, const QList<ToneSegment>& segments, double amplitude,
+                          int rate = 48000) {
+    QByteArray data;
+    double phase = 0.0;
+    for (const ToneSegment& segment : segments) {
+        const auto samples = static_cast<quint32>(segment.seconds * rate);
+        const double step = 2.0 * std::numbers::pi * segment.frequency / rate;
+        for (quint32 i = 0; i < samples; ++i) {
+            char bytes[2];
+            qToLittleEndian<qint16>(
+                static_cast<qint16>(std::lround(amplitude * std::sin(phase) * 32767.0)), bytes);
+            data.append(bytes, 2);
+            phase = std::fmod(phase + step, 2.0 * std::numbers::pi);
+        }
     }
     QByteArray header;
     const auto u32 = [&header](quint32 v) {
@@ -89,6 +104,12 @@ inline bool writeToneWav(const QString& path, double frequency, double amplitude
            file.write(header + data) == header.size() + data.size();
 }
 
+/// Writes a mono 16-bit WAV of a sine tone.
+inline bool writeToneWav(const QString& path, double frequency, double amplitude, double seconds,
+                         int rate = 48000) {
+    return writeTonesWav(path, {{frequency, seconds}}, amplitude, rate);
+}
+
 /// A paplay process playing `wav` into `sink` with small latency; killed when destroyed.
 class Player {
 public:
@@ -106,6 +127,8 @@ public:
     Player(const Player&) = delete;
     Player& operator=(const Player&) = delete;
     bool started() { return m_process.waitForStarted(5000); }
+    /// The whole file has been played (paplay drains its stream before it exits).
+    bool hasFinished() const { return m_process.state() == QProcess::NotRunning; }
 
 private:
     QProcess m_process;
@@ -174,5 +197,131 @@ inline void checkSteadyTone(const QList<QByteArray>& loud, double expectedLevel,
 inline double sineLevel(double amplitude) {
     return 2.0 * amplitude / std::numbers::pi;
 }
+
+/// A tone, a tone above what 16 kHz audio carries, and the first tone again: what
+/// `checkHighToneIsFiltered` reads.
+inline QList<ToneSegment> toneHighToneTone(double frequency) {
+    return {{frequency, 2.0}, {10000.0, 2.5}, {frequency, 2.0}};
+}
+
+/// Checks a capture of `toneHighToneTone(frequency)` played at `amplitude`. The tone must arrive
+/// within 1 dB of its level, at its frequency. The 10 kHz tone cannot be carried at 16 kHz: it
+/// must arrive at least 30 dB down (cut off before the rate dropped) rather than folded onto
+/// 6 kHz. Its frames are the longest quiet run between the tone's loud frames; a frame at
+/// either edge may hold part of a tone and is left out.
+inline void checkHighToneIsFiltered(const QList<QByteArray>& frames, double amplitude,
+                                    double frequency) {
+    const double expected = sineLevel(amplitude);
+    QList<double> levels;
+    for (const auto& frame : frames)
+        levels.append(estimatePCM16Level(frame));
+    const auto isLoud = [&](qsizetype i) { return levels[i] >= expected / 2; };
+    qsizetype first = 0;
+    while (first < levels.size() && !isLoud(first))
+        ++first;
+    qsizetype last = levels.size() - 1;
+    while (last > first && !isLoud(last))
+        --last;
+    qsizetype gapStart = 0, gapLength = 0;
+    for (qsizetype i = first; i <= last;) {
+        qsizetype end = i;
+        while (end <= last && !isLoud(end))
+            ++end;
+        if (end - i > gapLength) {
+            gapStart = i;
+            gapLength = end - i;
+        }
+        i = std::max(end, i + 1);
+    }
+    QVERIFY2(gapLength >= 17, qPrintable(u"no quiet run of the high tone between the tones: "_s +
+                                         QString::number(gapLength) + u" frames"_s));
+
+    const double limit = expected * std::pow(10.0, -30.0 / 20.0);
+    for (qsizetype i = gapStart + 1; i + 1 < gapStart + gapLength; ++i)
+        QVERIFY2(
+            levels[i] <= limit,
+            qPrintable(
+                u"the 10 kHz tone came through at %1 (%2 dB below the tone)"_s.arg(levels[i]).arg(
+                    20.0 * std::log10(expected / levels[i]))));
+
+    QList<QByteArray> tone;
+    for (qsizetype i = first; i <= last; ++i)
+        if (i < gapStart - 1 || i > gapStart + gapLength)
+            tone.append(frames[i]);
+    QVERIFY(tone.size() >= 20);
+    std::vector<double> toneLevels;
+    for (qsizetype i = 1; i + 1 < tone.size(); ++i) {
+        const double level = estimatePCM16Level(tone[i]);
+        toneLevels.push_back(level);
+        if (std::abs(level - expected) > 0.02)
+            continue; // a playback dropout of the loaded test machine
+        const double heard = zeroCrossingFrequency(tone[i]);
+        QVERIFY2(std::abs(heard - frequency) < 30.0,
+                 qPrintable(u"heard %1 Hz, expected %2 Hz"_s.arg(heard).arg(frequency)));
+    }
+    std::nth_element(toneLevels.begin(), toneLevels.begin() + toneLevels.size() / 2,
+                     toneLevels.end());
+    const double median = toneLevels[toneLevels.size() / 2];
+    QVERIFY2(std::abs(20.0 * std::log10(median / expected)) <= 1.0,
+             qPrintable(u"median level %1, expected %2"_s.arg(median).arg(expected)));
+}
+
+/// A private rig for one test program, for tests that signal or kill its daemon: started with
+/// `VESNARA_START_OWN_RIG`, stopped when destroyed. Its environment replaces the shared rig's in
+/// this process.
+class OwnRig {
+public:
+    ~OwnRig() {
+        if (!m_dir.isEmpty())
+            run({u"stop"_s, m_dir});
+    }
+
+    /// Starts the rig in a directory of its own and points this process at it; false when it
+    /// does not start.
+    bool start() {
+        const QString dir = m_parent.filePath(u"rig"_s);
+        QByteArray environment;
+        if (!run({u"start"_s, u"--dir"_s, dir}, &environment))
+            return false;
+        m_dir = dir;
+        for (const auto& line : environment.split('\n')) {
+            const auto assignment = line.trimmed().mid(qsizetype(sizeof("export ")) - 1);
+            const auto eq = assignment.indexOf('=');
+            if (line.startsWith("export ") && eq > 0)
+                qputenv(assignment.left(eq).constData(), assignment.mid(eq + 1));
+        }
+        return qEnvironmentVariable("PULSE_SERVER").contains(dir);
+    }
+
+    /// The daemon's process id, or 0 when unknown.
+    int daemonPid() const {
+        QFile pidFile(m_dir + u"/pid"_s);
+        if (!pidFile.open(QIODevice::ReadOnly))
+            return 0;
+        return pidFile.readAll().trimmed().toInt();
+    }
+
+private:
+    static bool run(const QStringList& arguments, QByteArray* output = nullptr) {
+        QProcess rig;
+        rig.start(QStringLiteral(VESNARA_AUDIO_RIG_SCRIPT), arguments);
+        if (!rig.waitForFinished(30000))
+            return false;
+        if (output)
+            *output = rig.readAllStandardOutput();
+        return rig.exitCode() == 0;
+    }
+
+    QTemporaryDir m_parent;
+    QString m_dir;
+};
+
+/// In `initTestCase`: starts `rig`, or skips where no shared rig runs (only there is a daemon
+/// known to start).
+#define VESNARA_START_OWN_RIG(rig)                                                                 \
+    do {                                                                                           \
+        VESNARA_SKIP_WITHOUT_RIG();                                                                \
+        QVERIFY((rig).start());                                                                    \
+    } while (false)
 
 } // namespace vesnara::rig

@@ -38,6 +38,9 @@ struct RigEngine {
     std::unique_ptr<TranscriptionViewModel> viewModel;
 
     RigEngine() {
+        // The backends connect in the background; the view model reads the permissions at once.
+        static_cast<void>(QTest::qWaitFor(
+            [this] { return !microphoneBackend.listInputDevices().error.has_value(); }, kWaitMs));
         STTConfigurationStore(preferences).save(server.config());
         Timing timing;
         // Long enough for an idle monitor's first data to arrive and a tone to follow.

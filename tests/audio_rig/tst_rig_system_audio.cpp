@@ -1,6 +1,7 @@
 #include "AudioRig.h"
 #include "PulseSystemAudioBackend.h"
 #include "audio/SystemAudioCapture.h"
+#include "support/AwaitTask.h"
 
 #include <QTemporaryDir>
 #include <QTest>
@@ -13,17 +14,24 @@ namespace {
 
 constexpr int kWarmUpAndPlayMs = 8000;
 
+// Both listings throw until the background connection to the server is made.
 std::optional<quint32> meetingOutputId(const SystemAudioCapture& capture) {
-    for (const auto& display : capture.listDisplaySources())
-        if (display.name.contains(u"Meeting output"_s))
-            return display.id;
+    try {
+        for (const auto& display : capture.listDisplaySources())
+            if (display.name.contains(u"Meeting output"_s))
+                return display.id;
+    } catch (const SystemAudioCaptureError&) {
+    }
     return std::nullopt;
 }
 
 bool listsApplication(const SystemAudioCapture& capture, const QString& bundleId) {
-    for (const auto& application : capture.listApplicationSources())
-        if (application.bundleIdentifier == bundleId)
-            return true;
+    try {
+        for (const auto& application : capture.listApplicationSources())
+            if (application.bundleIdentifier == bundleId)
+                return true;
+    } catch (const SystemAudioCaptureError&) {
+    }
     return false;
 }
 
@@ -40,10 +48,12 @@ private:
 private Q_SLOTS:
     void init() { VESNARA_SKIP_WITHOUT_RIG(); }
 
-    void soundPlayedIntoTheMeetingOutputIsCaptured() {
+    // The output's monitor is resampled to 16 kHz by the server, filtering first: a 10 kHz tone
+    // does not fold onto 6 kHz.
+    void soundPlayedIntoTheMeetingOutputIsCapturedAndAHighToneFiltered() {
         const double amplitude = 0.4;
         const QString wav = m_dir.filePath(u"meeting.wav"_s);
-        QVERIFY(writeToneWav(wav, 440.0, amplitude, 6.0));
+        QVERIFY(writeTonesWav(wav, toneHighToneTone(1000.0), amplitude));
 
         PulseSystemAudioBackend backend;
         SystemAudioCapture capture(backend);
@@ -51,20 +61,23 @@ private Q_SLOTS:
         capture.preferredDisplayID = meetingOutputId(capture);
         FrameCollector collector;
         capture.onPCMFrame = [&collector](QByteArray frame) { collector.post(std::move(frame)); };
-        capture.start();
+        const auto started = test::awaitTask(capture.startAsync());
+        QVERIFY(started.finished && !started.error);
         QVERIFY(capture.isRunning());
+        QTRY_VERIFY_WITH_TIMEOUT(collector.frames.size() >= 3, kWarmUpAndPlayMs);
 
         Player player(wav, u"meeting"_s);
         QVERIFY(player.started());
-        const double expected = sineLevel(amplitude);
-        QTRY_VERIFY_WITH_TIMEOUT(collector.loudFrames(expected / 2).size() >= 10, kWarmUpAndPlayMs);
+        QTRY_VERIFY_WITH_TIMEOUT(player.hasFinished(), 3 * kWarmUpAndPlayMs);
+        const auto played = collector.frames.size();
+        QTRY_VERIFY_WITH_TIMEOUT(collector.frames.size() >= played + 5, kWarmUpAndPlayMs);
         capture.stop();
 
         for (const auto& frame : collector.frames) {
             QVERIFY(frame.size() >= 640 && frame.size() <= 3200);
             QCOMPARE(frame.size() % 2, 0);
         }
-        checkSteadyTone(collector.loudFrames(expected / 2), expected, 440.0);
+        checkHighToneIsFiltered(collector.frames, amplitude, 1000.0);
     }
 
     void oneApplicationIsHeardAndNotTheOtherBesideIt() {

@@ -2,12 +2,14 @@
 #include "storage/AppLog.h"
 
 #include "FrameCollector.h"
+#include "support/AwaitTask.h"
 #include "support/FakeAudioBackends.h"
 
 #include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 using namespace vesnara;
 using vesnara::test::FakeAudioInputBackend;
 using vesnara::test::ScriptedAudioBuffer;
@@ -27,6 +29,21 @@ ScriptedAudioBuffer hardwareBuffer(float value = 0.5f) {
     return ScriptedAudioBuffer::constant(48000, 2, 2048, value);
 }
 
+void script(FakeAudioInputBackend& backend) {
+    backend.devices = threeDevices();
+    backend.defaultDeviceId = usbId;
+    backend.listingError.reset();
+    backend.nextStart = {std::nullopt, AudioStreamDescription::float32(48000, 2), true};
+    backend.startDelay = std::chrono::milliseconds(0);
+    backend.gate.release();
+}
+
+/// Runs `startAsync` to its end; false when it threw or did not end.
+bool startedAsync(MicrophoneCapture& capture) {
+    const auto outcome = test::awaitTask(capture.startAsync());
+    return outcome.finished && !outcome.error;
+}
+
 } // namespace
 
 class MicrophoneCaptureTest : public QObject {
@@ -38,11 +55,7 @@ class MicrophoneCaptureTest : public QObject {
 private Q_SLOTS:
     void initTestCase() { AppLog::setLogFilePath(m_logDir.filePath(u"desktop.log"_s)); }
 
-    void init() {
-        m_backend.devices = threeDevices();
-        m_backend.defaultDeviceId = usbId;
-        m_backend.nextStart = {std::nullopt, AudioStreamDescription::float32(48000, 2), true};
-    }
+    void init() { script(m_backend); }
 
     void framesAreExactly3200BytesFromTheAudioThread() {
         MicrophoneCapture capture(m_backend);
@@ -92,25 +105,36 @@ private Q_SLOTS:
 
     void startFailuresAreEngineNotReady_data() {
         QTest::addColumn<bool>("streamFails");
-        QTest::newRow("stream does not start") << true;
-        QTest::newRow("input has no channels") << false;
+        QTest::addColumn<bool>("async");
+        for (const bool async : {false, true}) {
+            const char* way = async ? "startAsync" : "start";
+            QTest::addRow("%s, stream does not start", way) << true << async;
+            QTest::addRow("%s, input has no channels", way) << false << async;
+        }
     }
     void startFailuresAreEngineNotReady() {
         QFETCH(bool, streamFails);
+        QFETCH(bool, async);
         if (streamFails)
             m_backend.nextStart.error = AudioBackendError{u"pulseaudio"_s, 5, u"No such entity"_s};
         else
             m_backend.nextStart.format.channelCount = 0;
         MicrophoneCapture capture(m_backend);
-        try {
-            capture.start();
-            QFAIL("start succeeded");
-        } catch (const MicrophoneCaptureError& error) {
-            QCOMPARE(error.kind(), MicrophoneCaptureError::Kind::engineNotReady);
-            QCOMPARE(error.description(), u"Audio engine ei ole käyttövalmis"_s);
+        std::optional<MicrophoneCaptureError> error;
+        if (async) {
+            error = test::awaitTask(capture.startAsync()).errorAs<MicrophoneCaptureError>();
+        } else {
+            try {
+                capture.start();
+            } catch (const MicrophoneCaptureError& e) {
+                error = e;
+            }
         }
+        QVERIFY(error.has_value());
+        QCOMPARE(error->kind(), MicrophoneCaptureError::Kind::engineNotReady);
+        QCOMPARE(error->description(), u"Audio engine ei ole käyttövalmis"_s);
         QVERIFY(!capture.isRunning());
-        QVERIFY(!m_backend.isRecording());
+        QTRY_VERIFY(!m_backend.isRecording()); // a stream without channels is stopped again
     }
 
     void stopDropsAPartialFrameButARestartKeepsIt() {
@@ -163,11 +187,146 @@ private Q_SLOTS:
 
     void offersDevicesAndStableFallbacks() {
         MicrophoneCapture capture(m_backend);
-        QCOMPARE(capture.listAvailableInputDevices().size(), 3);
+        QCOMPARE(capture.listAvailableInputDevices()->size(), 3);
         QCOMPARE(capture.stableFallbackInputDevice(headsetId),
                  std::optional(
                      AudioInputDeviceOption{builtInId, u"Built-in Audio Analog Stereo"_s, false}));
         QCOMPARE(capture.preferredStableInputDevice(builtInId)->id, usbId);
+    }
+
+    void aFailedListingIsNotAnEmptyOne() {
+        MicrophoneCapture capture(m_backend);
+        m_backend.devices.clear();
+        QCOMPARE(capture.listAvailableInputDevices(),
+                 std::optional(QList<AudioInputDeviceOption>{}));
+
+        m_backend.devices = threeDevices();
+        m_backend.listingError = AudioBackendError{u"vesnara.audio"_s, 5, u"still connecting"_s};
+        QVERIFY(!capture.listAvailableInputDevices().has_value());
+        QVERIFY(!capture.stableFallbackInputDevice(headsetId).has_value());
+        QVERIFY(!capture.preferredStableInputDevice(std::nullopt).has_value());
+
+        // Without a list a start asks for the stored choice as it is, and names it once the list
+        // can be read.
+        capture.preferredInputDeviceID = headsetId;
+        const auto held = m_backend.gate.holdInScope();
+        const auto started = test::startTask(capture.startAsync());
+        QVERIFY(m_backend.gate.waitUntilWaiting(1));
+        m_backend.listingError.reset();
+        m_backend.gate.release();
+        QVERIFY(test::waitFor(started).finished && !started->error);
+        QCOMPARE(m_backend.requestedDevices().last(), headsetId);
+        QCOMPARE(capture.activeInputDeviceName(), u"Headset"_s);
+
+        m_backend.listingError = AudioBackendError{u"vesnara.audio"_s, 6, u"Connection refused"_s};
+        capture.preferredInputDeviceID.reset();
+        capture.start();
+        QCOMPARE(m_backend.requestedDevices().last(), 0u);
+        QCOMPARE(capture.activeInputDeviceName(), u"Oletuslaite"_s);
+    }
+
+    // The backend's calls run on the capture's worker thread one at a time, in the order asked.
+    void aStopAndAStartReachTheBackendInTheirOrder() {
+        FakeAudioInputBackend backend;
+        script(backend);
+        MicrophoneCapture capture(backend);
+        FrameCollector collector;
+        capture.onPCMFrame = collector.sink();
+        QVERIFY(startedAsync(capture));
+
+        const auto held = backend.gate.holdInScope();
+        const auto stopped = test::startTask(capture.stopAsync());
+        QVERIFY(!capture.isRunning());
+        capture.preferredInputDeviceID = headsetId;
+        const auto started = test::startTask(capture.startAsync());
+        QVERIFY(backend.gate.waitUntilWaiting(1));
+        backend.gate.release();
+        QVERIFY(test::waitFor(stopped).finished);
+        QVERIFY(test::waitFor(started).finished && !started->error);
+
+        QCOMPARE(backend.calls(), (QStringList{u"start 12"_s, u"stop"_s, u"start 13"_s}));
+        QVERIFY(backend.isRecording());
+        QVERIFY(capture.isRunning());
+        QCOMPARE(capture.activeInputDeviceName(), u"Headset"_s);
+        for (int i = 0; i < 3; ++i)
+            backend.deliver(hardwareBuffer());
+        QCOMPARE(collector.sizes(), QList<int>{3200});
+    }
+
+    void aStopDuringAPendingStartWins() {
+        FakeAudioInputBackend backend;
+        script(backend);
+        MicrophoneCapture capture(backend);
+        FrameCollector collector;
+        QString failure;
+        capture.onPCMFrame = collector.sink();
+        capture.onStreamFailure = [&failure](const QString& details) { failure = details; };
+
+        const auto held = backend.gate.holdInScope();
+        const auto started = test::startTask(capture.startAsync());
+        QVERIFY(backend.gate.waitUntilWaiting(1));
+        const auto stopped = test::startTask(capture.stopAsync());
+        backend.gate.passOne(); // the start runs its stream; the stop waits at the gate
+        QTRY_VERIFY(backend.isRecording());
+        for (int i = 0; i < 3; ++i)
+            backend.deliver(hardwareBuffer());
+        backend.fail({u"pulseaudio"_s, 12, u"Entity killed"_s});
+        backend.gate.release();
+
+        QVERIFY(test::waitFor(started).finished);
+        QVERIFY(!started->error); // superseded, not failed
+        QVERIFY(test::waitFor(stopped).finished);
+        QVERIFY(!capture.isRunning());
+        QCOMPARE(capture.activeInputDeviceName(), QString());
+        QVERIFY(!backend.isRecording());
+        QVERIFY(collector.frames().isEmpty());
+        QCOMPARE(failure, QString());
+    }
+
+    // Frames from the audio thread race the stop; none may arrive once it has returned, even
+    // before the backend has stopped.
+    void lateFramesAndFailuresAfterAStopAreDropped() {
+        FakeAudioInputBackend backend;
+        script(backend);
+        MicrophoneCapture capture(backend);
+        FrameCollector collector;
+        std::atomic<int> failures = 0;
+        capture.onPCMFrame = collector.sink();
+        capture.onStreamFailure = [&failures](const QString&) { ++failures; };
+        QVERIFY(startedAsync(capture));
+        backend.play(QList<ScriptedAudioBuffer>(400, hardwareBuffer()), 1ms);
+        QTRY_VERIFY(collector.frames().size() >= 2);
+
+        const auto held = backend.gate.holdInScope();
+        const auto stopped = test::startTask(capture.stopAsync());
+        const auto framesAtStop = collector.frames().size();
+        backend.deliver(hardwareBuffer());
+        backend.fail({u"pulseaudio"_s, 12, u"Entity killed"_s});
+        backend.waitUntilPlayed();
+        QVERIFY(backend.isRecording());
+        QCOMPARE(collector.frames().size(), framesAtStop);
+        QCOMPARE(failures.load(), 0);
+        backend.gate.release();
+        QVERIFY(test::waitFor(stopped).finished);
+        QVERIFY(!backend.isRecording());
+    }
+
+    void destroyingTheCaptureDuringAStartEndsItQuietly() {
+        FakeAudioInputBackend backend;
+        script(backend);
+        backend.startDelay = 50ms; // a slow server
+        FrameCollector collector;
+        std::shared_ptr<test::OutcomeOf<void>> started;
+        {
+            MicrophoneCapture capture(backend);
+            capture.onPCMFrame = collector.sink();
+            started = test::startTask(capture.startAsync());
+        } // waits for the start, then stops it
+        QVERIFY(!backend.isRecording());
+        QCOMPARE(backend.calls(), (QStringList{u"start 12"_s, u"stop"_s}));
+        QVERIFY(test::waitFor(started).finished);
+        QVERIFY(!started->error);
+        QVERIFY(collector.frames().isEmpty());
     }
 };
 

@@ -103,6 +103,25 @@ private Q_SLOTS:
         }
     }
 
+    // What the Linux backends ask the server for passes unchanged; the scaling to float and back
+    // would turn 32767 into 32766 and -32768 into -32767.
+    void monoInt16At16kHzIsCopiedBitForBit() {
+        const QList<qint16> samples{32767, -32768, 1, -1, 0, 12345};
+        const auto buffer = ScriptedAudioBuffer::int16Interleaved(16000, 1, samples);
+        for (const bool system : {false, true}) {
+            const auto pcm = convertBoth(buffer, system);
+            QVERIFY(pcm);
+            QCOMPARE(samplesOf(*pcm), samples);
+        }
+        auto stereo =
+            ScriptedAudioBuffer::int16Interleaved(16000, 2, {32767, 32767, -32768, -32768});
+        QCOMPARE(samplesOf(*convertBoth(stereo, false)), (QList<qint16>{32766, -32767}));
+        auto cut = buffer;
+        cut.buffers[0].chop(1);
+        QVERIFY(!convertBoth(cut, false));
+        QVERIFY(!convertBoth(cut, true));
+    }
+
     void rate44100PicksByFloorOfTheRatio() {
         QList<float> mono(2048, 0.0f);
         mono[2] = 0.5f;     // k = 1

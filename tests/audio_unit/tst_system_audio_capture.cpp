@@ -2,6 +2,7 @@
 #include "storage/AppLog.h"
 
 #include "FrameCollector.h"
+#include "support/AwaitTask.h"
 #include "support/FakeAudioBackends.h"
 
 #include <QTemporaryDir>
@@ -37,6 +38,17 @@ int occurrences(const QString& text, const QString& line) {
     return static_cast<int>(text.count(line));
 }
 
+void script(FakeSystemAudioBackend& backend) {
+    backend.nextStartError.reset();
+    backend.startDelay = 0ms;
+    backend.gate.release();
+    backend.content = {std::nullopt,
+                       {{7, u"Speakers"_s}, {9, u"HDMI"_s}},
+                       {{u"firefox"_s, u"Firefox"_s, {10}},
+                        {u"spotify"_s, u"Spotify"_s, {11}},
+                        {u"tst_system_audio_capture"_s, u"Self"_s, {}}}};
+}
+
 } // namespace
 
 class SystemAudioCaptureTest : public QObject {
@@ -52,12 +64,7 @@ private Q_SLOTS:
     void init() {
         // A fresh log per test, so "once" means once in this test.
         AppLog::setLogFilePath(m_logDir.filePath(u"log%1.txt"_s.arg(++m_logFile)));
-        m_backend.nextStartError.reset();
-        m_backend.content = {std::nullopt,
-                             {{7, u"Speakers"_s}, {9, u"HDMI"_s}},
-                             {{u"firefox"_s, u"Firefox"_s, {10}},
-                              {u"spotify"_s, u"Spotify"_s, {11}},
-                              {u"tst_system_audio_capture"_s, u"Self"_s, {}}}};
+        script(m_backend);
     }
 
     void startCapturesTheOutputAndNamesTheSource() {
@@ -84,18 +91,26 @@ private Q_SLOTS:
         QTest::addColumn<int>("failure");
         QTest::addColumn<SystemAudioCaptureError::Kind>("kind");
         QTest::addColumn<QString>("logLine");
-        QTest::newRow("server not reachable")
-            << 0 << SystemAudioCaptureError::Kind::permissionDenied
-            << u"SystemAudioCapture shareableContent error domain=pulseaudio code=6 desc=Connection refused"_s;
-        QTest::newRow("no output") << 1 << SystemAudioCaptureError::Kind::noDisplay << QString();
-        QTest::newRow("stream does not start")
-            << 2 << SystemAudioCaptureError::Kind::streamSetupFailed
-            << u"SystemAudioCapture startCapture error domain=pulseaudio code=5 desc=No such entity"_s;
+        QTest::addColumn<bool>("async");
+        for (const bool async : {false, true}) {
+            const char* way = async ? "startAsync" : "start";
+            QTest::addRow("%s, server not reachable", way)
+                << 0 << SystemAudioCaptureError::Kind::permissionDenied
+                << u"SystemAudioCapture shareableContent error domain=pulseaudio code=6 desc=Connection refused"_s
+                << async;
+            QTest::addRow("%s, no output", way)
+                << 1 << SystemAudioCaptureError::Kind::noDisplay << QString() << async;
+            QTest::addRow("%s, stream does not start", way)
+                << 2 << SystemAudioCaptureError::Kind::streamSetupFailed
+                << u"SystemAudioCapture startCapture error domain=pulseaudio code=5 desc=No such entity"_s
+                << async;
+        }
     }
     void startFailuresAreTyped() {
         QFETCH(int, failure);
         QFETCH(SystemAudioCaptureError::Kind, kind);
         QFETCH(QString, logLine);
+        QFETCH(bool, async);
         if (failure == 0)
             m_backend.content = {
                 AudioBackendError{u"pulseaudio"_s, 6, u"Connection refused"_s}, {}, {}};
@@ -105,13 +120,19 @@ private Q_SLOTS:
             m_backend.nextStartError = AudioBackendError{u"pulseaudio"_s, 5, u"No such entity"_s};
 
         SystemAudioCapture capture(m_backend);
-        try {
-            capture.start();
-            QFAIL("start succeeded");
-        } catch (const SystemAudioCaptureError& error) {
-            QCOMPARE(error.kind(), kind);
-            QCOMPARE(QString::fromUtf8(error.what()), error.description());
+        std::optional<SystemAudioCaptureError> error;
+        if (async) {
+            error = test::awaitTask(capture.startAsync()).errorAs<SystemAudioCaptureError>();
+        } else {
+            try {
+                capture.start();
+            } catch (const SystemAudioCaptureError& e) {
+                error = e;
+            }
         }
+        QVERIFY(error.has_value());
+        QCOMPARE(error->kind(), kind);
+        QCOMPARE(QString::fromUtf8(error->what()), error->description());
         QVERIFY(!capture.isRunning());
         QCOMPARE(capture.activeSourceName(), QString());
         if (!logLine.isEmpty())
@@ -220,6 +241,60 @@ private Q_SLOTS:
 
         m_backend.content.error = AudioBackendError{u"pulseaudio"_s, 6, u"Connection refused"_s};
         QVERIFY_THROWS_EXCEPTION(SystemAudioCaptureError, capture.listApplicationSources());
+    }
+
+    // The backend's calls run on the capture's worker thread one at a time, in the order asked;
+    // a start that a stop overtook ends quietly and its stream feeds nothing.
+    void aStopBeatsAPendingStartAndLaterCallsKeepTheirOrder() {
+        FakeSystemAudioBackend backend;
+        script(backend);
+        ManualClock clock;
+        SystemAudioCapture capture(backend, Timing{}, clock.function());
+        FrameCollector collector;
+        QString stoppedBySelf;
+        capture.onPCMFrame = collector.sink();
+        capture.onStreamStopped = [&stoppedBySelf](const QString& details) {
+            stoppedBySelf = details;
+        };
+
+        const auto held = backend.gate.holdInScope();
+        const auto first = test::startTask(capture.startAsync());
+        QVERIFY(backend.gate.waitUntilWaiting(1));
+        const auto stopped = test::startTask(capture.stopAsync());
+        capture.preferredDisplayID = 9;
+        const auto second = test::startTask(capture.startAsync());
+        backend.gate.passOne(); // the first start runs its stream; the stop waits at the gate
+        QTRY_VERIFY(backend.isCapturing());
+        backend.deliver(streamBuffer());
+        backend.stopBySelf({u"pulseaudio"_s, 12, u"Entity killed"_s});
+        QVERIFY(collector.frames().isEmpty());
+        QCOMPARE(stoppedBySelf, QString());
+        QCOMPARE(capture.rawSampleCount(), 0);
+        backend.gate.release();
+
+        QVERIFY(test::waitFor(first).finished && !first->error);
+        QVERIFY(test::waitFor(stopped).finished);
+        QVERIFY(test::waitFor(second).finished && !second->error);
+        QCOMPARE(backend.calls(), (QStringList{u"start 7"_s, u"stop"_s, u"start 9"_s}));
+        QVERIFY(capture.isRunning());
+        QCOMPARE(capture.activeSourceName(), u"HDMI • Kaikki sovellukset"_s);
+        backend.deliver(streamBuffer());
+        QCOMPARE(collector.sizes(), QList<int>{682});
+    }
+
+    void destroyingTheCaptureDuringAStartEndsItQuietly() {
+        FakeSystemAudioBackend backend;
+        script(backend);
+        backend.startDelay = 50ms; // a slow server
+        std::shared_ptr<test::OutcomeOf<void>> started;
+        {
+            SystemAudioCapture capture(backend);
+            started = test::startTask(capture.startAsync());
+        } // waits for the start, then stops it
+        QVERIFY(!backend.isCapturing());
+        QCOMPARE(backend.calls(), (QStringList{u"start 7"_s, u"stop"_s}));
+        QVERIFY(test::waitFor(started).finished);
+        QVERIFY(!started->error);
     }
 };
 

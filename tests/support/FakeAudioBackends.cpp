@@ -65,7 +65,8 @@ void ScriptedAudioBuffer::withView(const std::function<void(const AudioBufferVie
 void ScriptedAudioThread::play(QList<ScriptedAudioBuffer> buffers,
                                std::chrono::milliseconds interval,
                                std::function<void(const AudioBufferView&)> sink) {
-    stop();
+    std::lock_guard control(m_control);
+    joinPlayback();
     m_stopRequested = false;
     m_thread = std::thread([this, buffers = std::move(buffers), interval, sink = std::move(sink)] {
         for (const ScriptedAudioBuffer& buffer : buffers) {
@@ -82,11 +83,17 @@ void ScriptedAudioThread::play(QList<ScriptedAudioBuffer> buffers,
 }
 
 void ScriptedAudioThread::waitUntilPlayed() {
+    std::lock_guard control(m_control);
     if (m_thread.joinable())
         m_thread.join();
 }
 
 void ScriptedAudioThread::stop() {
+    std::lock_guard control(m_control);
+    joinPlayback();
+}
+
+void ScriptedAudioThread::joinPlayback() {
     {
         std::lock_guard lock(m_mutex);
         m_stopRequested = true;
@@ -96,75 +103,129 @@ void ScriptedAudioThread::stop() {
         m_thread.join();
 }
 
+void BackendCallGate::hold() {
+    std::lock_guard lock(m_mutex);
+    m_holding = true;
+    m_passes = 0;
+}
+
+void BackendCallGate::passOne() {
+    {
+        std::lock_guard lock(m_mutex);
+        ++m_passes;
+    }
+    m_changed.notify_all();
+}
+
+void BackendCallGate::release() {
+    {
+        std::lock_guard lock(m_mutex);
+        m_holding = false;
+    }
+    m_changed.notify_all();
+}
+
+bool BackendCallGate::waitUntilWaiting(int count, std::chrono::milliseconds limit) {
+    std::unique_lock lock(m_mutex);
+    return m_changed.wait_for(lock, limit, [this, count] { return m_waiting >= count; });
+}
+
+void BackendCallGate::enter() {
+    std::unique_lock lock(m_mutex);
+    ++m_waiting;
+    m_changed.notify_all();
+    m_changed.wait(lock, [this] { return !m_holding || m_passes > 0; });
+    if (m_holding)
+        --m_passes;
+    --m_waiting;
+}
+
+void FakeBackendControls::announceDevicesChanged() {
+    std::lock_guard lock(m_mutex);
+    if (m_devicesChanged)
+        m_devicesChanged();
+}
+
+void FakeBackendControls::enter(bool isStart) {
+    gate.enter();
+    if (isStart && startDelay.count() > 0)
+        std::this_thread::sleep_for(startDelay);
+}
+
+void FakeBackendControls::setCallback(std::function<void()> callback) {
+    std::lock_guard lock(m_mutex);
+    m_devicesChanged = std::move(callback);
+}
+
+AudioInputDeviceListing FakeAudioInputBackend::listInputDevices() {
+    if (listingError)
+        return {listingError, {}, 0};
+    return {std::nullopt, devices, defaultDeviceId};
+}
+
 AudioInputStreamStart FakeAudioInputBackend::startRecording(quint32 deviceId,
                                                             AudioInputStreamCallbacks callbacks) {
-    stopRecording();
-    m_requestedDevices.append(deviceId);
-    if (!nextStart.error) {
-        m_callbacks = std::move(callbacks);
-        m_isRecording = true;
-    }
+    enter(true);
+    m_stream.end();
+    m_stream.note(u"start "_s + QString::number(deviceId));
+    if (!nextStart.error)
+        m_stream.run(std::move(callbacks));
     return nextStart;
 }
 
 void FakeAudioInputBackend::stopRecording() {
-    m_thread.stop();
-    if (m_isRecording)
-        ++m_stopCount;
-    m_isRecording = false;
-    m_callbacks = {};
+    enter(false);
+    m_stream.note(u"stop"_s);
+    m_stream.end();
 }
 
-void FakeAudioInputBackend::deliver(const ScriptedAudioBuffer& buffer) {
-    if (m_isRecording && m_callbacks.onBuffer)
-        buffer.withView(m_callbacks.onBuffer);
-}
-
-void FakeAudioInputBackend::play(QList<ScriptedAudioBuffer> buffers,
-                                 std::chrono::milliseconds interval) {
-    if (m_isRecording)
-        m_thread.play(std::move(buffers), interval, m_callbacks.onBuffer);
+QList<quint32> FakeAudioInputBackend::requestedDevices() const {
+    QList<quint32> requested;
+    for (const QString& call : m_stream.calls())
+        if (call.startsWith(u"start "_s))
+            requested.append(call.mid(6).toUInt());
+    return requested;
 }
 
 void FakeAudioInputBackend::fail(const AudioBackendError& error) {
-    if (m_isRecording && m_callbacks.onFailure)
-        m_callbacks.onFailure(error);
+    m_stream.withCallbacks([&error](AudioInputStreamCallbacks& callbacks) {
+        if (callbacks.onFailure)
+            callbacks.onFailure(error);
+    });
 }
 
 std::optional<AudioBackendError>
 FakeSystemAudioBackend::startCapture(const SystemAudioCaptureTarget& target,
                                      SystemAudioStreamCallbacks callbacks) {
-    stopCapture();
+    enter(true);
+    m_stream.end();
+    m_stream.note(u"start "_s + QString::number(target.displayId));
     if (nextStartError)
         return nextStartError;
-    m_startedTargets.append(target);
-    m_callbacks = std::move(callbacks);
-    m_isCapturing = true;
+    {
+        std::lock_guard lock(m_targetsMutex);
+        m_startedTargets.append(target);
+    }
+    m_stream.run(std::move(callbacks));
     return std::nullopt;
 }
 
 void FakeSystemAudioBackend::stopCapture() {
-    m_thread.stop();
-    if (m_isCapturing)
-        ++m_stopCount;
-    m_isCapturing = false;
-    m_callbacks = {};
+    enter(false);
+    m_stream.note(u"stop"_s);
+    m_stream.end();
 }
 
-void FakeSystemAudioBackend::deliver(const ScriptedAudioBuffer& buffer) {
-    if (m_isCapturing && m_callbacks.onBuffer)
-        buffer.withView(m_callbacks.onBuffer);
-}
-
-void FakeSystemAudioBackend::play(QList<ScriptedAudioBuffer> buffers,
-                                  std::chrono::milliseconds interval) {
-    if (m_isCapturing)
-        m_thread.play(std::move(buffers), interval, m_callbacks.onBuffer);
+QList<SystemAudioCaptureTarget> FakeSystemAudioBackend::startedTargets() const {
+    std::lock_guard lock(m_targetsMutex);
+    return m_startedTargets;
 }
 
 void FakeSystemAudioBackend::stopBySelf(const AudioBackendError& error) {
-    if (m_isCapturing && m_callbacks.onStopped)
-        m_callbacks.onStopped(error);
+    m_stream.withCallbacks([&error](SystemAudioStreamCallbacks& callbacks) {
+        if (callbacks.onStopped)
+            callbacks.onStopped(error);
+    });
 }
 
 } // namespace vesnara::test

@@ -113,6 +113,19 @@ void divideAll(std::vector<float>& mono, float divisor) {
         value /= divisor;
 }
 
+/// Interleaved mono int16 at 16 kHz is already what goes out: copied as it is, bit for bit.
+bool isOutputFormat(const AudioBufferView& buffer) {
+    const auto& f = buffer.format;
+    return sampleFormatOf(f) == AudioSampleFormat::int16 && !f.isNonInterleaved &&
+           f.channelCount == 1 && f.sampleRate == PcmFrameFormat::sampleRate;
+}
+
+std::optional<QByteArray> copyOutputFormat(const AudioBufferView& buffer) {
+    if (buffer.buffers.empty() || !holds(buffer.buffers.front(), buffer.frameCount, 2))
+        return std::nullopt;
+    return QByteArray(buffer.buffers.front().data(), buffer.frameCount * 2);
+}
+
 } // namespace
 
 AudioSampleFormat sampleFormatOf(const AudioStreamDescription& format) {
@@ -167,6 +180,8 @@ std::optional<QByteArray> convertMicrophoneBufferToPCM16(const AudioBufferView& 
     const AudioSampleFormat format = sampleFormatOf(buffer.format);
     if (format != AudioSampleFormat::float32 && format != AudioSampleFormat::int16)
         return std::nullopt;
+    if (isOutputFormat(buffer))
+        return copyOutputFormat(buffer);
     const qsizetype sampleBytes = bytesPerSample(format);
 
     std::vector<float> mono(static_cast<std::size_t>(frames), 0.0f);
@@ -196,6 +211,8 @@ std::optional<QByteArray> convertSystemAudioBufferToPCM16(const AudioBufferView&
     const AudioSampleFormat format = sampleFormatOf(buffer.format);
     if (format == AudioSampleFormat::unsupported || buffer.buffers.empty())
         return std::nullopt;
+    if (isOutputFormat(buffer))
+        return copyOutputFormat(buffer);
     const qsizetype sampleBytes = bytesPerSample(format);
     const int channels = std::max(buffer.format.channelCount, 1);
 

@@ -28,7 +28,8 @@ AudioSampleFormat sampleFormatOf(const AudioStreamDescription& format);
 std::optional<QByteArray> decimateToPCM16(std::span<const float> mono, double sampleRate);
 
 /// Converts one microphone buffer to 16 kHz mono PCM16 (channels averaged, then
-/// `decimateToPCM16`). Reads float32 (as it stands) and int16 (x 1/32768) only.
+/// `decimateToPCM16`). Reads float32 (as it stands) and int16 (x 1/32768) only. Interleaved mono
+/// int16 at exactly 16 kHz, what the Linux backends ask the server for, is copied unchanged.
 ///
 /// No result, so the buffer is dropped, for: no frames or no channels, another sample format,
 /// a planar buffer with fewer buffers than channels or a missing one among them, an interleaved
@@ -37,7 +38,8 @@ std::optional<QByteArray> convertMicrophoneBufferToPCM16(const AudioBufferView& 
 
 /// Converts one system audio buffer to 16 kHz mono PCM16 (channels averaged, then
 /// `decimateToPCM16`). Reads every format `sampleFormatOf` names: float32 as it stands, signed
-/// 32/24/16-bit scaled by 2^-31/2^-23/2^-15, unsigned 32-bit as (x - 2^31) x 2^-31.
+/// 32/24/16-bit scaled by 2^-31/2^-23/2^-15, unsigned 32-bit as (x - 2^31) x 2^-31. Interleaved
+/// mono int16 at exactly 16 kHz is copied unchanged.
 ///
 /// Channels count as at least 1. Planar: the first min(buffers, channels) buffers are used,
 /// missing ones skipped, and the sum divided by that number. No result for: no frames, an

@@ -7,6 +7,8 @@
 #include <QCoreApplication>
 #include <QFileInfo>
 
+#include <memory>
+
 using namespace Qt::StringLiterals;
 
 namespace vesnara {
@@ -28,10 +30,11 @@ SystemAudioCapture::SystemAudioCapture(SystemAudioBackend& backend, const Timing
     : ownApplication(runningExecutable())
     , m_backend(backend)
     , m_clock(clock ? std::move(clock) : [] { return Clock::now(); })
-    , m_chunker(timing.systemAudioMaxChunkLatency) {}
+    , m_chunker(timing.systemAudioMaxChunkLatency)
+    , m_worker(u"SystemAudioCapture"_s) {}
 
 SystemAudioCapture::~SystemAudioCapture() {
-    m_backend.stopCapture();
+    m_worker.retire([&backend = m_backend] { backend.stopCapture(); });
 }
 
 SystemAudioContent SystemAudioCapture::contentOrThrow() const {
@@ -43,51 +46,94 @@ SystemAudioContent SystemAudioCapture::contentOrThrow() const {
     return content;
 }
 
-void SystemAudioCapture::start() {
+SystemAudioCapture::StartPlan SystemAudioCapture::prepareStart() {
     const SystemAudioContent content = contentOrThrow();
     const auto selection = selectSystemAudioSource(content, preferredDisplayID,
                                                    preferredApplicationBundleID, ownApplication);
     if (!selection)
         throw SystemAudioCaptureError(SystemAudioCaptureError::Kind::noDisplay);
 
-    // Reset before the stream exists: its first buffer may arrive before startCapture returns.
-    resetRunState();
-    m_frameSink = onPCMFrame;
-    m_rawSampleSink = onRawAudioSample;
-    SystemAudioStreamCallbacks callbacks;
-    callbacks.onBuffer = [this](const AudioBufferView& buffer) { handleBuffer(buffer); };
-    callbacks.onStopped = [stopped = onStreamStopped](const AudioBackendError& error) {
-        AppLog::write(u"SystemAudioCapture stream stopped error="_s + error.details());
-        if (stopped)
-            stopped(error.details());
+    m_isRunning = false;
+    m_activeSourceName.clear();
+    StartPlan plan;
+    plan.target = selection->target;
+    plan.displayId = selection->display.id;
+    plan.outputName =
+        UiText::systemDisplayOptionName(selection->display.id, selection->display.name);
+    plan.applicationName = selection->applicationName();
+    plan.applicationCount = selection->applications.size();
+    // Reset before the stream exists: its first buffer may arrive before the start ends.
+    plan.run = m_worker.beginRun([this] {
+        resetRunStateLocked();
+        m_frameSink = onPCMFrame;
+        m_rawSampleSink = onRawAudioSample;
+        m_stoppedSink = onStreamStopped;
+    });
+    const quint64 run = plan.run;
+    plan.callbacks.onBuffer = [this, run](const AudioBufferView& buffer) {
+        handleBuffer(run, buffer);
     };
-    if (const auto error = m_backend.startCapture(selection->target, std::move(callbacks))) {
+    plan.callbacks.onStopped = [this, run](const AudioBackendError& error) {
+        handleStopped(run, error);
+    };
+    return plan;
+}
+
+void SystemAudioCapture::finishStart(const StartPlan& plan,
+                                     const std::optional<AudioBackendError>& error) {
+    if (!m_worker.isCurrentRun(plan.run))
+        return;
+    if (error) {
         AppLog::write(u"SystemAudioCapture startCapture error "_s + error->details());
         throw SystemAudioCaptureError(SystemAudioCaptureError::Kind::streamSetupFailed);
     }
-
     m_isRunning = true;
-    const QString applicationName = selection->applicationName();
-    const QString outputName =
-        UiText::systemDisplayOptionName(selection->display.id, selection->display.name);
-    m_activeSourceName = UiText::systemAudioActiveSourceName(outputName, applicationName);
-    AppLog::write(u"SystemAudioCapture started display="_s +
-                  QString::number(selection->display.id) + u" apps="_s +
-                  QString::number(selection->applications.size()) + u" selectedApp="_s +
-                  applicationName);
+    m_activeSourceName = UiText::systemAudioActiveSourceName(plan.outputName, plan.applicationName);
+    AppLog::write(u"SystemAudioCapture started display="_s + QString::number(plan.displayId) +
+                  u" apps="_s + QString::number(plan.applicationCount) + u" selectedApp="_s +
+                  plan.applicationName);
+}
+
+QCoro::Task<> SystemAudioCapture::startAsync() {
+    const StartPlan plan = prepareStart();
+    auto error = std::make_shared<std::optional<AudioBackendError>>();
+    // Named, not temporaries of the co_await expression: GCC 12 mishandles those.
+    QCoro::Task<bool> pending = m_worker.call([&backend = m_backend, plan, error] {
+        *error = backend.startCapture(plan.target, plan.callbacks);
+    });
+    const bool alive = co_await std::move(pending);
+    if (alive)
+        finishStart(plan, *error);
+}
+
+QCoro::Task<> SystemAudioCapture::stopAsync() {
+    endRun();
+    QCoro::Task<bool> pending = m_worker.call([&backend = m_backend] { backend.stopCapture(); });
+    co_await std::move(pending);
+}
+
+void SystemAudioCapture::start() {
+    const StartPlan plan = prepareStart();
+    m_worker.drain();
+    finishStart(plan, m_backend.startCapture(plan.target, plan.callbacks));
 }
 
 void SystemAudioCapture::stop() {
-    const bool wasRunning = m_isRunning;
+    endRun();
+    m_worker.drain();
     m_backend.stopCapture();
+}
+
+void SystemAudioCapture::endRun() {
+    const bool wasRunning = m_isRunning;
+    m_worker.beginRun([this] { resetRunStateLocked(); });
     m_isRunning = false;
-    resetRunState();
     m_activeSourceName.clear();
     if (wasRunning)
         AppLog::write(u"SystemAudioCapture stopped"_s);
 }
 
-void SystemAudioCapture::resetRunState() {
+void SystemAudioCapture::resetRunStateLocked() {
     m_chunker.reset();
     m_hasLoggedUnsupportedFormat = false;
     m_rawSampleCount = 0;
@@ -95,7 +141,11 @@ void SystemAudioCapture::resetRunState() {
     m_emittedChunkCount = 0;
 }
 
-void SystemAudioCapture::handleBuffer(const AudioBufferView& buffer) {
+void SystemAudioCapture::handleBuffer(quint64 run, const AudioBufferView& buffer) {
+    m_worker.ifCurrent(run, [&] { convertAndChunk(buffer); });
+}
+
+void SystemAudioCapture::convertAndChunk(const AudioBufferView& buffer) {
     if (++m_rawSampleCount == 1)
         AppLog::write(u"SystemAudioCapture received first raw audio sample"_s);
     if (m_rawSampleSink)
@@ -121,6 +171,14 @@ void SystemAudioCapture::handleBuffer(const AudioBufferView& buffer) {
         AppLog::write(u"SystemAudioCapture produced first PCM frame"_s);
     for (QByteArray& chunk : m_chunker.append(*pcm, m_clock()))
         emitChunk(std::move(chunk));
+}
+
+void SystemAudioCapture::handleStopped(quint64 run, const AudioBackendError& error) {
+    m_worker.ifCurrent(run, [&] {
+        AppLog::write(u"SystemAudioCapture stream stopped error="_s + error.details());
+        if (m_stoppedSink)
+            m_stoppedSink(error.details());
+    });
 }
 
 void SystemAudioCapture::emitChunk(QByteArray chunk) {

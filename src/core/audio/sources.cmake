@@ -6,6 +6,8 @@ target_sources(vesnara_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/AudioInputDevice.h
     ${CMAKE_CURRENT_LIST_DIR}/AudioSourceOptions.h
     ${CMAKE_CURRENT_LIST_DIR}/AudioStreamDescription.h
+    ${CMAKE_CURRENT_LIST_DIR}/CaptureWorker.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/CaptureWorker.h
     ${CMAKE_CURRENT_LIST_DIR}/InputDeviceSelection.cpp
     ${CMAKE_CURRENT_LIST_DIR}/InputDeviceSelection.h
     ${CMAKE_CURRENT_LIST_DIR}/MicrophoneCapture.cpp
@@ -28,3 +30,7 @@ target_sources(vesnara_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/SystemAudioSources.cpp
     ${CMAKE_CURRENT_LIST_DIR}/SystemAudioSources.h
 )
+# The capture classes run the backends' stream calls on a worker thread of their own
+# (CaptureWorker).
+find_package(Qt6 REQUIRED COMPONENTS Concurrent)
+target_link_libraries(vesnara_core PRIVATE Qt6::Concurrent)

@@ -35,7 +35,8 @@ struct SystemAudioApplication {
 
 /// What can be captured right now.
 struct SystemAudioContent {
-    /// Set when the sound server could not be asked; both lists are then empty.
+    /// Set when the sound server could not be asked (not connected yet, or gone); both lists are
+    /// then empty, which says nothing about what exists.
     std::optional<AudioBackendError> error;
     QList<SystemAudioDisplay> displays;
     QList<SystemAudioApplication> applications;
@@ -67,15 +68,25 @@ struct SystemAudioStreamCallbacks {
 /// The system-audio side of the sound server: the platform boundary that `SystemAudioCapture`
 /// works over. Linux implements it on libpulse; tests use scripted fakes.
 ///
-/// All members are called from the main thread except where said; a backend runs at most one
-/// capture at a time.
+/// The listing and the callback setter never wait on the sound server and are called from the
+/// main thread (the listing from any). `startCapture` waits on the server (within a bound), so it
+/// is called off the main thread: `SystemAudioCapture` calls the capture members from a worker
+/// thread of its own, one call at a time. A backend runs at most one capture at a time.
 class SystemAudioBackend {
 public:
     virtual ~SystemAudioBackend() = default;
 
-    /// The outputs and the applications that play sound, in the backend's own order. Never
-    /// waits long on the sound server; may be called from any thread.
+    /// The outputs and the applications that play sound, in the backend's own order, as last
+    /// known. Never waits on the sound server: when it is not connected the content carries an
+    /// error instead. Any thread.
     virtual SystemAudioContent shareableContent() = 0;
+
+    /// `callback` is called when the content may have changed (an output or a playing
+    /// application came or went, the server connected or was lost). It runs on the backend's
+    /// own thread, must return quickly, must not call the backend and must not touch a QObject
+    /// directly: the caller hops to its own thread (a queued call). Set from the main thread;
+    /// empty clears it. After it returns, the previous callback is not running and will not run.
+    virtual void setDevicesChangedCallback(std::function<void()> callback) = 0;
 
     /// Starts capturing `target` and returns when the capture runs (nothing) or has failed (the
     /// reason); the wait is bounded by the backend. A capture that is already running is stopped

@@ -30,19 +30,20 @@ LinuxPermissionProbe::LinuxPermissionProbe(std::chrono::milliseconds connectLimi
     , m_connectLimit(connectLimit) {}
 
 MicrophonePermissionState LinuxPermissionProbe::microphoneState() {
-    m_context->reconnectInBackground();
+    static_cast<void>(m_context->ensureConnected());
     const auto snapshot = m_context->snapshot();
     MicrophonePermissionState state;
     state.hasUsageDescription = true;
     state.bundleIdentifier = QCoreApplication::applicationName();
-    if (!snapshot.isConnected) {
+    if (!snapshot.isConnected && snapshot.connectionFailed) {
         state.recordPermissionText = u"denied"_s;
         state.captureAuthorization = CaptureAuthorization::denied;
     } else if (hasInput(snapshot)) {
         state.recordPermissionText = u"granted"_s;
         state.captureAuthorization = CaptureAuthorization::authorized;
     } else {
-        // Reachable but without a microphone: nothing is refused, there is just nothing yet.
+        // Still making the first connection, or reachable without a microphone: nothing is
+        // refused, there is just nothing yet.
         state.recordPermissionText = u"undetermined"_s;
         state.captureAuthorization = CaptureAuthorization::notDetermined;
     }
@@ -59,7 +60,7 @@ QCoro::Task<std::optional<AudioBackendError>> LinuxPermissionProbe::connect() {
     };
     const auto outcome = std::make_shared<Outcome>();
     std::thread([context = m_context, limit = m_connectLimit, outcome] {
-        outcome->error = context->ensureConnected(limit);
+        outcome->error = context->waitUntilConnected(limit);
         outcome->done.store(true, std::memory_order_release);
     }).detach();
     while (!outcome->done.load(std::memory_order_acquire))
@@ -83,7 +84,7 @@ QCoro::Task<bool> LinuxPermissionProbe::requestCaptureAccess() {
 }
 
 bool LinuxPermissionProbe::systemAudioPreflight() {
-    m_context->reconnectInBackground();
+    static_cast<void>(m_context->ensureConnected());
     const auto snapshot = m_context->snapshot();
     return snapshot.isConnected && !snapshot.sinks.isEmpty();
 }

@@ -10,9 +10,11 @@ namespace vesnara {
 /// The permission facilities of a plain Linux desktop, where no OS permission guards the
 /// microphone or the system audio: access is granted while the sound server is reachable and
 /// lists the device (an input for the microphone, an output for system audio), and denied when
-/// the server cannot be reached. Nothing prompts; usage descriptions count as present. A
-/// "request" reconnects to the server (waiting at most `connectLimit`, off the calling thread)
-/// and looks again.
+/// the server cannot be reached or was lost; while the first connection is under way the
+/// microphone reads undetermined. The synchronous reads only look at the snapshot (starting a
+/// reconnection when the last one failed) and never wait. Nothing prompts; usage descriptions count
+/// as present. A "request" reconnects to the server (waiting at most `connectLimit`, off the
+/// calling thread) and looks again.
 class LinuxPermissionProbe final : public PermissionProbe {
 public:
     explicit LinuxPermissionProbe(

@@ -2,7 +2,9 @@
 
 #include "PulseDeviceClassification.h"
 #include "PulseRecordStream.h"
+#include "audio/PcmFrameFormat.h"
 
+#include <algorithm>
 #include <array>
 
 using namespace Qt::StringLiterals;
@@ -10,6 +12,8 @@ using namespace Qt::StringLiterals;
 namespace vesnara {
 
 namespace {
+
+constexpr uint32_t kStreamRate = static_cast<uint32_t>(PcmFrameFormat::sampleRate);
 
 /// Stream callbacks that fire only once their stream runs; touched under the loop lock only.
 struct ArmedCallbacks {
@@ -35,30 +39,50 @@ const PulseSourceInfo* findByName(const PulseSnapshot& snapshot, const QByteArra
 
 PulseAudioInputBackend::PulseAudioInputBackend(std::chrono::milliseconds startLimit)
     : m_context(PulseContext::acquire())
-    , m_startLimit(startLimit) {}
+    , m_startLimit(startLimit) {
+    PulseContext::Lock lock(*m_context);
+    m_listenerId = m_context->addListenerLocked([this](unsigned changes) {
+        constexpr unsigned listed =
+            PulseChange::sources | PulseChange::defaults | PulseChange::connection;
+        if ((changes & listed) != 0 && m_devicesChanged)
+            m_devicesChanged();
+    });
+}
 
 PulseAudioInputBackend::~PulseAudioInputBackend() {
     stopRecording();
+    PulseContext::Lock lock(*m_context);
+    m_context->removeListenerLocked(m_listenerId);
 }
 
-QList<AudioInputDevice> PulseAudioInputBackend::listInputDevices() {
-    m_context->reconnectInBackground();
-    QList<AudioInputDevice> devices;
-    for (const auto& source : m_context->snapshot().sources) {
+AudioInputDeviceListing PulseAudioInputBackend::listInputDevices() {
+    AudioInputDeviceListing listing;
+    if (auto error = m_context->ensureConnected()) {
+        listing.error = std::move(error);
+        return listing;
+    }
+    const auto snapshot = m_context->snapshot();
+    if (!snapshot.isConnected) { // lost since
+        listing.error = PulseContext::ownError(2, u"not connected to the sound server"_s);
+        return listing;
+    }
+    for (const auto& source : snapshot.sources) {
         if (isMonitorSource(source) || source.sampleSpec.channels == 0)
             continue;
-        devices.append(
+        listing.devices.append(
             {stableDeviceId(source.name),
              source.description.isEmpty() ? QString::fromUtf8(source.name) : source.description,
              classifySource(source), source.sampleSpec.channels});
     }
-    return devices;
+    const auto* source = findByName(snapshot, snapshot.defaultSourceName);
+    listing.defaultDeviceId =
+        source && !isMonitorSource(*source) ? stableDeviceId(source->name) : 0;
+    return listing;
 }
 
-quint32 PulseAudioInputBackend::defaultInputDeviceId() {
-    const auto snapshot = m_context->snapshot();
-    const auto* source = findByName(snapshot, snapshot.defaultSourceName);
-    return source && !isMonitorSource(*source) ? stableDeviceId(source->name) : 0;
+void PulseAudioInputBackend::setDevicesChangedCallback(std::function<void()> callback) {
+    PulseContext::Lock lock(*m_context);
+    m_devicesChanged = std::move(callback);
 }
 
 QByteArray PulseAudioInputBackend::sourceName(quint32 deviceId) {
@@ -69,9 +93,10 @@ QByteArray PulseAudioInputBackend::sourceName(quint32 deviceId) {
 
 AudioInputStreamStart PulseAudioInputBackend::startRecording(quint32 deviceId,
                                                              AudioInputStreamCallbacks callbacks) {
+    const auto deadline = PulseContext::Clock::now() + m_startLimit;
     stopRecording();
     AudioInputStreamStart result;
-    if (const auto error = m_context->ensureConnected(m_startLimit)) {
+    if (const auto error = m_context->waitUntilConnected(m_startLimit)) {
         result.error = *error;
         return result;
     }
@@ -85,16 +110,14 @@ AudioInputStreamStart PulseAudioInputBackend::startRecording(quint32 deviceId,
         result.error = PulseContext::ownError(10, u"no input device"_s);
         return result;
     }
-    result.format =
-        AudioStreamDescription::float32(source->sampleSpec.rate, source->sampleSpec.channels);
+    result.format = AudioStreamDescription::int16(kStreamRate, source->sampleSpec.channels);
     if (source->sampleSpec.channels == 0)
         return result;
 
     PulseRecordStreamOptions options;
     options.streamName = "Vesnara microphone";
     options.sourceName = source->name;
-    options.sampleSpec = {PA_SAMPLE_FLOAT32LE, source->sampleSpec.rate,
-                          source->sampleSpec.channels};
+    options.sampleSpec = {PA_SAMPLE_S16LE, kStreamRate, source->sampleSpec.channels};
     options.channelMap = source->channelMap;
 
     // Shared with the loop thread and only touched under the loop lock. Armed once the stream
@@ -127,7 +150,10 @@ AudioInputStreamStart PulseAudioInputBackend::startRecording(quint32 deviceId,
         return result;
     }
     const auto* raw = stream.get();
-    m_context->waitLocked([raw] { return raw->isReady() || raw->hasEnded(); }, m_startLimit);
+    const auto remaining = std::chrono::duration_cast<std::chrono::milliseconds>(
+        deadline - PulseContext::Clock::now());
+    m_context->waitLocked([raw] { return raw->isReady() || raw->hasEnded(); },
+                          std::max(remaining, std::chrono::milliseconds(0)));
     if (!stream->isReady()) {
         result.error =
             stream->hasEnded()

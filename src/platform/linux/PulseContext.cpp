@@ -17,7 +17,6 @@ namespace vesnara {
 namespace {
 
 constexpr auto kReconnectInterval = std::chrono::seconds(1);
-constexpr auto kFirstConnectLimit = std::chrono::milliseconds(2000);
 
 PulseProperties propertiesOf(const pa_proplist* list) {
     PulseProperties properties;
@@ -62,8 +61,7 @@ std::shared_ptr<PulseContext> PulseContext::acquire() {
     if (auto existing = shared.lock())
         return existing;
     auto context = std::shared_ptr<PulseContext>(new PulseContext());
-    if (const auto error = context->ensureConnected(kFirstConnectLimit))
-        AppLog::write(u"pulse connect failed "_s + error->details());
+    static_cast<void>(context->ensureConnected());
     shared = context;
     return context;
 }
@@ -129,7 +127,35 @@ AudioBackendError PulseContext::contextError() const {
     return error(code);
 }
 
-std::optional<AudioBackendError> PulseContext::ensureConnected(std::chrono::milliseconds limit) {
+std::optional<AudioBackendError> PulseContext::connectionErrorLocked() const {
+    if (isReady() && m_initialListsDone)
+        return std::nullopt;
+    if (m_context && PA_CONTEXT_IS_GOOD(pa_context_get_state(m_context)))
+        return ownError(5, u"still connecting to the sound server"_s);
+    return contextError();
+}
+
+std::optional<AudioBackendError> PulseContext::ensureConnected() {
+    if (!m_loop)
+        return contextError();
+    if (pa_threaded_mainloop_in_thread(m_loop)) {
+        if (snapshot().isConnected)
+            return std::nullopt;
+        return ownError(2, u"not connected to the sound server"_s);
+    }
+    Lock lock(*this);
+    const bool failed = !m_context || !PA_CONTEXT_IS_GOOD(pa_context_get_state(m_context));
+    if (failed &&
+        (!m_lastConnectAttempt || Clock::now() - *m_lastConnectAttempt >= kReconnectInterval)) {
+        // The reason reported is the failure that made us try again.
+        auto reason = connectionErrorLocked();
+        startConnectionLocked();
+        return reason;
+    }
+    return connectionErrorLocked();
+}
+
+std::optional<AudioBackendError> PulseContext::waitUntilConnected(std::chrono::milliseconds limit) {
     if (!m_loop)
         return contextError();
     if (pa_threaded_mainloop_in_thread(m_loop))
@@ -137,26 +163,15 @@ std::optional<AudioBackendError> PulseContext::ensureConnected(std::chrono::mill
     Lock lock(*this);
     if (!m_context || !PA_CONTEXT_IS_GOOD(pa_context_get_state(m_context)))
         startConnectionLocked();
+    if (!m_context)
+        return contextError();
     waitLocked(
         [this] {
             const auto state = pa_context_get_state(m_context);
             return (state == PA_CONTEXT_READY && m_initialListsDone) || !PA_CONTEXT_IS_GOOD(state);
         },
         limit);
-    if (isReady() && m_initialListsDone)
-        return std::nullopt;
-    return contextError();
-}
-
-void PulseContext::reconnectInBackground() {
-    if (!m_loop || pa_threaded_mainloop_in_thread(m_loop))
-        return;
-    Lock lock(*this);
-    if (m_context && PA_CONTEXT_IS_GOOD(pa_context_get_state(m_context)))
-        return;
-    if (m_lastConnectAttempt && Clock::now() - *m_lastConnectAttempt < kReconnectInterval)
-        return;
-    startConnectionLocked();
+    return connectionErrorLocked();
 }
 
 bool PulseContext::waitLocked(const std::function<bool()>& done, std::chrono::milliseconds limit) {
@@ -188,7 +203,7 @@ void PulseContext::signal() {
     pa_threaded_mainloop_signal(m_loop, 0);
 }
 
-int PulseContext::addListenerLocked(std::function<void()> listener) {
+int PulseContext::addListenerLocked(std::function<void(unsigned)> listener) {
     const int id = m_nextListenerId++;
     m_listeners.emplace(id, std::move(listener));
     return id;
@@ -211,6 +226,7 @@ void PulseContext::startConnectionLocked() {
         return;
     pa_context_set_state_callback(m_context, &PulseContext::onStateChanged, this);
     // A failed connect leaves the context FAILED with its errno, which is what callers report.
+    // The connection itself proceeds on the loop thread: pa_context_connect never waits for it.
     pa_context_connect(m_context, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr);
 }
 
@@ -226,20 +242,29 @@ void PulseContext::dropContextLocked() {
 }
 
 void PulseContext::markDisconnectedLocked() {
+    const bool wasConnected = m_initialListsDone;
     m_initialListsDone = false;
     m_pendingInitialLists = 0;
-    editSnapshot([](PulseSnapshot& s) { s = PulseSnapshot{}; });
+    editSnapshot(wasConnected ? PulseChange::connection : 0u, [](PulseSnapshot& s) {
+        const bool failed = s.connectionFailed;
+        s = PulseSnapshot{};
+        s.connectionFailed = failed;
+    });
 }
 
-template <typename Edit> void PulseContext::editSnapshot(Edit edit) {
+template <typename Edit> void PulseContext::editSnapshot(unsigned changes, Edit edit) {
     {
         std::lock_guard guard(m_snapshotMutex);
         edit(m_snapshot);
     }
-    notifyListenersLocked();
+    // Until a connection's first listing is complete, its pieces are not worth telling.
+    if (!m_initialListsDone)
+        changes &= PulseChange::connection;
+    if (changes != 0)
+        notifyListenersLocked(changes);
 }
 
-void PulseContext::notifyListenersLocked() {
+void PulseContext::notifyListenersLocked(unsigned changes) {
     // A listener may remove itself; iterate over a copy of the ids.
     std::vector<int> ids;
     for (const auto& [id, listener] : m_listeners)
@@ -247,7 +272,7 @@ void PulseContext::notifyListenersLocked() {
     for (const int id : ids) {
         const auto found = m_listeners.find(id);
         if (found != m_listeners.end())
-            found->second();
+            found->second(changes);
     }
 }
 
@@ -255,7 +280,10 @@ void PulseContext::initialListArrivedLocked() {
     if (m_initialListsDone || --m_pendingInitialLists > 0)
         return;
     m_initialListsDone = true;
-    editSnapshot([](PulseSnapshot& s) { s.isConnected = true; });
+    editSnapshot(PulseChange::connection, [](PulseSnapshot& s) {
+        s.isConnected = true;
+        s.connectionFailed = false;
+    });
     signal();
 }
 
@@ -265,8 +293,12 @@ void PulseContext::onStateChanged(pa_context* c, void* userdata) {
         return;
     const auto state = pa_context_get_state(c);
     if (state == PA_CONTEXT_READY) {
-        self->editSnapshot([](PulseSnapshot& s) { s = PulseSnapshot{}; });
         self->m_initialListsDone = false;
+        self->editSnapshot(0, [](PulseSnapshot& s) {
+            const bool failed = s.connectionFailed;
+            s = PulseSnapshot{};
+            s.connectionFailed = failed;
+        });
         self->m_pendingInitialLists = 4;
         pa_context_set_subscribe_callback(c, &PulseContext::onSubscriptionEvent, self);
         unrefOperation(
@@ -314,6 +346,7 @@ void PulseContext::onStateChanged(pa_context* c, void* userdata) {
     } else if (!PA_CONTEXT_IS_GOOD(state)) {
         AppLog::write(u"pulse context lost "_s + self->contextError().details());
         self->markDisconnectedLocked();
+        self->editSnapshot(0, [](PulseSnapshot& s) { s.connectionFailed = true; });
     }
     self->signal();
 }
@@ -328,21 +361,24 @@ void PulseContext::onSubscriptionEvent(pa_context* c, pa_subscription_event_type
     switch (facility) {
     case PA_SUBSCRIPTION_EVENT_SOURCE:
         if (removed)
-            self->editSnapshot([index](PulseSnapshot& s) { eraseByIndex(s.sources, index); });
+            self->editSnapshot(PulseChange::sources,
+                               [index](PulseSnapshot& s) { eraseByIndex(s.sources, index); });
         else
             unrefOperation(
                 pa_context_get_source_info_by_index(c, index, &PulseContext::onSourceInfo, self));
         break;
     case PA_SUBSCRIPTION_EVENT_SINK:
         if (removed)
-            self->editSnapshot([index](PulseSnapshot& s) { eraseByIndex(s.sinks, index); });
+            self->editSnapshot(PulseChange::sinks,
+                               [index](PulseSnapshot& s) { eraseByIndex(s.sinks, index); });
         else
             unrefOperation(
                 pa_context_get_sink_info_by_index(c, index, &PulseContext::onSinkInfo, self));
         break;
     case PA_SUBSCRIPTION_EVENT_SINK_INPUT:
         if (removed)
-            self->editSnapshot([index](PulseSnapshot& s) { eraseByIndex(s.sinkInputs, index); });
+            self->editSnapshot(PulseChange::sinkInputs,
+                               [index](PulseSnapshot& s) { eraseByIndex(s.sinkInputs, index); });
         else
             unrefOperation(
                 pa_context_get_sink_input_info(c, index, &PulseContext::onSinkInputInfo, self));
@@ -369,8 +405,9 @@ void PulseContext::onSourceInfo(pa_context* c, const pa_source_info* info, int e
     source.monitorOfSink = info->monitor_of_sink;
     source.driver = QByteArray(info->driver ? info->driver : "");
     source.properties = propertiesOf(info->proplist);
-    self->editSnapshot(
-        [&source](PulseSnapshot& s) { upsertByIndex(s.sources, std::move(source)); });
+    self->editSnapshot(PulseChange::sources, [&source](PulseSnapshot& s) {
+        upsertByIndex(s.sources, std::move(source));
+    });
 }
 
 void PulseContext::onSinkInfo(pa_context* c, const pa_sink_info* info, int eol, void* userdata) {
@@ -383,7 +420,9 @@ void PulseContext::onSinkInfo(pa_context* c, const pa_sink_info* info, int eol, 
     sink.description = utf8(info->description);
     sink.monitorSourceName = QByteArray(info->monitor_source_name ? info->monitor_source_name : "");
     sink.sampleSpec = info->sample_spec;
-    self->editSnapshot([&sink](PulseSnapshot& s) { upsertByIndex(s.sinks, std::move(sink)); });
+    sink.channelMap = info->channel_map;
+    self->editSnapshot(PulseChange::sinks,
+                       [&sink](PulseSnapshot& s) { upsertByIndex(s.sinks, std::move(sink)); });
 }
 
 void PulseContext::onSinkInputInfo(pa_context* c, const pa_sink_input_info* info, int eol,
@@ -400,15 +439,16 @@ void PulseContext::onSinkInputInfo(pa_context* c, const pa_sink_input_info* info
     input.applicationName =
         QString::fromUtf8(properties.value(QByteArray(PA_PROP_APPLICATION_NAME)));
     input.processId = properties.value(QByteArray(PA_PROP_APPLICATION_PROCESS_ID)).toLongLong();
-    self->editSnapshot(
-        [&input](PulseSnapshot& s) { upsertByIndex(s.sinkInputs, std::move(input)); });
+    self->editSnapshot(PulseChange::sinkInputs, [&input](PulseSnapshot& s) {
+        upsertByIndex(s.sinkInputs, std::move(input));
+    });
 }
 
 void PulseContext::onServerInfo(pa_context* c, const pa_server_info* info, void* userdata) {
     auto* self = static_cast<PulseContext*>(userdata);
     if (c != self->m_context || !info)
         return;
-    self->editSnapshot([info](PulseSnapshot& s) {
+    self->editSnapshot(PulseChange::defaults, [info](PulseSnapshot& s) {
         s.defaultSourceName =
             QByteArray(info->default_source_name ? info->default_source_name : "");
         s.defaultSinkName = QByteArray(info->default_sink_name ? info->default_sink_name : "");

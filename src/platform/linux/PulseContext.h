@@ -17,13 +17,26 @@
 
 namespace vesnara {
 
+/// What a change of the snapshot touched; listeners are given a combination of these bits.
+namespace PulseChange {
+constexpr unsigned sources = 1u << 0;
+constexpr unsigned sinks = 1u << 1;
+constexpr unsigned sinkInputs = 1u << 2;
+/// The server's default source or sink.
+constexpr unsigned defaults = 1u << 3;
+/// Connected (the first listing complete), or the connection lost.
+constexpr unsigned connection = 1u << 4;
+} // namespace PulseChange
+
 /// The process's one connection to the sound server: a libpulse threaded main loop and its
 /// context, shared by every backend through `acquire()` and released with the last holder.
 ///
 /// It keeps a snapshot of the sources, sinks, playback streams and defaults, kept current by
-/// subscription events, so that a listing never waits on the server. A server that is absent
-/// or dies is reported (`ensureConnected` gives an error, the snapshot empties), never waited
-/// on without a limit; a later `ensureConnected` or `reconnectInBackground` connects afresh.
+/// subscription events, so that a listing never waits on the server. Connecting never blocks the
+/// caller: `acquire` and `ensureConnected` only start a connection and report how things stand;
+/// only `waitUntilConnected`, meant for worker threads, waits, and always within a limit. A
+/// server that is absent or dies is reported (the snapshot empties), never waited on without a
+/// limit.
 ///
 /// Callbacks of libpulse run on the loop's own thread with the loop lock held; nothing there
 /// touches a QObject.
@@ -31,8 +44,8 @@ class PulseContext {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// The shared instance; made, started and given one bounded connection attempt when none
-    /// exists. Never null, even when the server is absent.
+    /// The shared instance; made, started and set connecting when none exists. Never waits and
+    /// never gives null, even when the server is absent.
     static std::shared_ptr<PulseContext> acquire();
 
     ~PulseContext();
@@ -42,14 +55,17 @@ public:
     /// A copy of the current state. Never waits on the server or on the loop; any thread.
     PulseSnapshot snapshot() const;
 
-    /// Waits at most `limit` for a connection whose first listing is complete, connecting anew
-    /// when the previous one failed. Gives the reason when there is none (at once on the loop
-    /// thread, which cannot wait for itself).
-    std::optional<AudioBackendError> ensureConnected(std::chrono::milliseconds limit);
+    /// Never waits on the server: nothing when connected with the first listing complete, else
+    /// the reason (still connecting, or the last failure), after starting a new connection when
+    /// the last one failed (at most once a second). Any thread but the loop's, where it only
+    /// reports.
+    std::optional<AudioBackendError> ensureConnected();
 
-    /// Starts a new connection when the last one failed, at most once a second, without
-    /// waiting. Does nothing on the loop thread.
-    void reconnectInBackground();
+    /// Waits at most `limit` for a connection whose first listing is complete, connecting anew
+    /// when the last one failed; gives the reason when there is none. It waits on the server:
+    /// for worker threads, never the main thread. At once on the loop thread, which cannot wait
+    /// for itself.
+    std::optional<AudioBackendError> waitUntilConnected(std::chrono::milliseconds limit);
 
     /// Holds the loop lock for a scope. Not on the loop thread (it already holds the lock there).
     class Lock {
@@ -77,8 +93,10 @@ public:
     void signal();
 
     /// `listener` runs on the loop thread, with the lock held, after every change of the
-    /// snapshot and after the connection is lost. Add and remove with the loop lock held.
-    int addListenerLocked(std::function<void()> listener);
+    /// snapshot, given what changed (`PulseChange` bits). While a connection's first listing is
+    /// still arriving only its completion (`connection`) is told. Add and remove with the loop
+    /// lock held.
+    int addListenerLocked(std::function<void(unsigned changes)> listener);
     void removeListenerLocked(int id);
 
     static AudioBackendError error(int paErrno);
@@ -87,10 +105,11 @@ public:
 private:
     PulseContext();
     void startConnectionLocked();
+    std::optional<AudioBackendError> connectionErrorLocked() const;
     void dropContextLocked();
     void markDisconnectedLocked();
-    void notifyListenersLocked();
-    template <typename Edit> void editSnapshot(Edit edit);
+    void notifyListenersLocked(unsigned changes);
+    template <typename Edit> void editSnapshot(unsigned changes, Edit edit);
 
     static void onStateChanged(pa_context* c, void* userdata);
     static void onSubscriptionEvent(pa_context* c, pa_subscription_event_type_t type,
@@ -107,7 +126,7 @@ private:
     int m_pendingInitialLists = 0;
     bool m_initialListsDone = false;
     std::optional<Clock::time_point> m_lastConnectAttempt;
-    std::map<int, std::function<void()>> m_listeners;
+    std::map<int, std::function<void(unsigned)>> m_listeners;
     int m_nextListenerId = 1;
 
     mutable std::mutex m_snapshotMutex;

@@ -18,7 +18,7 @@ struct PulseRecordStreamOptions {
     QByteArray streamName;
     /// The source to record; the stream never moves to another one (a removed source fails it).
     QByteArray sourceName;
-    /// float32le at the rate and channels wanted.
+    /// The sample format, rate and channels the server is asked to deliver.
     pa_sample_spec sampleSpec{};
     /// The channel layout; the server's default for the channel count when invalid.
     pa_channel_map channelMap{};

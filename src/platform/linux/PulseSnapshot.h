@@ -35,6 +35,7 @@ struct PulseSinkInfo {
     QString description;
     QByteArray monitorSourceName;
     pa_sample_spec sampleSpec{};
+    pa_channel_map channelMap{};
 };
 
 /// One playback stream of an application (a sink input).
@@ -50,7 +51,11 @@ struct PulseSinkInputInfo {
 /// Everything the backends list, as of the last event from the server. Empty while the server
 /// is not connected.
 struct PulseSnapshot {
+    /// Connected, and the first listing of the connection is complete.
     bool isConnected = false;
+    /// The last connection failed or was lost, and none has completed since. False while the
+    /// first connection is still under way.
+    bool connectionFailed = false;
     QList<PulseSourceInfo> sources;
     QList<PulseSinkInfo> sinks;
     QList<PulseSinkInputInfo> sinkInputs;

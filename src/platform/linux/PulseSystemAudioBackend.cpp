@@ -3,7 +3,9 @@
 #include "PulseDeviceClassification.h"
 #include "PulseRecordStream.h"
 #include "StreamSum.h"
+#include "audio/PcmFrameFormat.h"
 
+#include <algorithm>
 #include <array>
 #include <map>
 
@@ -13,7 +15,8 @@ namespace vesnara {
 
 namespace {
 
-constexpr qsizetype kApplicationMaxLagFrames = 2400; // 50 ms at 48 kHz
+constexpr uint32_t kStreamRate = static_cast<uint32_t>(PcmFrameFormat::sampleRate);
+constexpr qsizetype kApplicationMaxLagFrames = 800; // 50 ms at 16 kHz
 
 const PulseSinkInfo* findSinkById(const PulseSnapshot& snapshot, quint32 id) {
     for (const auto& sink : snapshot.sinks)
@@ -44,9 +47,9 @@ public:
         PulseRecordStreamOptions options;
         options.streamName = "Vesnara system audio";
         options.sourceName = sink.monitorSourceName;
-        options.sampleSpec = {PA_SAMPLE_FLOAT32LE, sink.sampleSpec.rate, sink.sampleSpec.channels};
-        const auto format =
-            AudioStreamDescription::float32(sink.sampleSpec.rate, sink.sampleSpec.channels);
+        options.sampleSpec = {PA_SAMPLE_S16LE, kStreamRate, sink.sampleSpec.channels};
+        options.channelMap = sink.channelMap;
+        const auto format = AudioStreamDescription::int16(kStreamRate, sink.sampleSpec.channels);
         AudioBackendError error;
         auto stream = PulseRecordStream::create(
             m_context, options,
@@ -92,7 +95,7 @@ public:
 
     void arm() { m_armed = true; }
 
-    /// Snapshot listener, loop thread or a connecting caller, lock held.
+    /// Snapshot listener, loop thread, lock held.
     void onSnapshotChanged() {
         const auto snapshot = m_context.snapshot();
         if (!snapshot.isConnected) {
@@ -195,21 +198,32 @@ private:
 
 PulseSystemAudioBackend::PulseSystemAudioBackend(std::chrono::milliseconds startLimit)
     : m_context(PulseContext::acquire())
-    , m_startLimit(startLimit) {}
+    , m_startLimit(startLimit) {
+    PulseContext::Lock lock(*m_context);
+    m_devicesListenerId = m_context->addListenerLocked([this](unsigned changes) {
+        constexpr unsigned listed =
+            PulseChange::sinks | PulseChange::sinkInputs | PulseChange::connection;
+        if ((changes & listed) != 0 && m_devicesChanged)
+            m_devicesChanged();
+    });
+}
 
 PulseSystemAudioBackend::~PulseSystemAudioBackend() {
     stopCapture();
+    PulseContext::Lock lock(*m_context);
+    m_context->removeListenerLocked(m_devicesListenerId);
 }
 
 SystemAudioContent PulseSystemAudioBackend::shareableContent() {
     SystemAudioContent content;
-    auto snapshot = m_context->snapshot();
-    if (!snapshot.isConnected) {
-        if (auto error = m_context->ensureConnected(m_startLimit)) {
-            content.error = std::move(error);
-            return content;
-        }
-        snapshot = m_context->snapshot();
+    if (auto error = m_context->ensureConnected()) {
+        content.error = std::move(error);
+        return content;
+    }
+    const auto snapshot = m_context->snapshot();
+    if (!snapshot.isConnected) { // lost since
+        content.error = PulseContext::ownError(2, u"not connected to the sound server"_s);
+        return content;
     }
     for (const auto& sink : snapshot.sinks)
         content.displays.append({stableDeviceId(sink.name), sink.description});
@@ -230,11 +244,17 @@ SystemAudioContent PulseSystemAudioBackend::shareableContent() {
     return content;
 }
 
+void PulseSystemAudioBackend::setDevicesChangedCallback(std::function<void()> callback) {
+    PulseContext::Lock lock(*m_context);
+    m_devicesChanged = std::move(callback);
+}
+
 std::optional<AudioBackendError>
 PulseSystemAudioBackend::startCapture(const SystemAudioCaptureTarget& target,
                                       SystemAudioStreamCallbacks callbacks) {
+    const auto deadline = PulseContext::Clock::now() + m_startLimit;
     stopCapture();
-    if (auto error = m_context->ensureConnected(m_startLimit))
+    if (auto error = m_context->waitUntilConnected(m_startLimit))
         return error;
     const auto snapshot = m_context->snapshot();
     const auto* sink = findSinkById(snapshot, target.displayId);
@@ -251,11 +271,14 @@ PulseSystemAudioBackend::startCapture(const SystemAudioCaptureTarget& target,
     } else {
         capture->startApplication(application);
     }
-    if (!capture->waitUntilSettled(m_startLimit) && application.isEmpty())
+    const auto remaining = std::chrono::duration_cast<std::chrono::milliseconds>(
+        deadline - PulseContext::Clock::now());
+    if (!capture->waitUntilSettled(std::max(remaining, std::chrono::milliseconds(0))) &&
+        application.isEmpty())
         return capture->firstFailure();
     capture->arm();
     auto* raw = capture.get();
-    m_listenerId = m_context->addListenerLocked([raw] { raw->onSnapshotChanged(); });
+    m_listenerId = m_context->addListenerLocked([raw](unsigned) { raw->onSnapshotChanged(); });
     m_capture = std::move(capture);
     return std::nullopt;
 }

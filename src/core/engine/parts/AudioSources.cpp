@@ -43,9 +43,28 @@ AudioSources::AudioSources(AudioInputBackend& inputBackend, SystemAudioBackend& 
     m_selectedSystemDisplayID = config.preferredSystemDisplayID.value_or(0);
     m_selectedSystemApplicationBundleID =
         config.preferredSystemApplicationBundleID.value_or(QString());
+
+    // A device that comes or goes, or a sound server that (re)connects, lists anew. The
+    // backends call from their own threads, and never again once the destructor has cleared
+    // the callbacks; a call already posted is dropped with this object.
+    inputBackend.setDevicesChangedCallback([this] {
+        QMetaObject::invokeMethod(
+            this, [this] { refreshInputDevices(); }, Qt::QueuedConnection);
+    });
+    systemBackend.setDevicesChangedCallback([this] {
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+                refreshSystemAudioDisplays(false);
+                refreshSystemAudioApplications(false);
+            },
+            Qt::QueuedConnection);
+    });
 }
 
 AudioSources::~AudioSources() {
+    m_microphone.backend().setDevicesChangedCallback({});
+    m_systemAudio.backend().setDevicesChangedCallback({});
     m_microphone.onPCMFrame = {};
     m_microphone.stop();
     m_systemAudio.onPCMFrame = {};
@@ -153,25 +172,32 @@ void AudioSources::setPreferredSystemApplication(const QString& bundleID) {
 // Listings
 
 void AudioSources::refreshInputDevices() {
-    QList<AudioInputDeviceOption> devices = m_microphone.listAvailableInputDevices();
+    const auto listed = m_microphone.listAvailableInputDevices();
+    if (!listed) {
+        // The server cannot be asked yet: the last list and the stored choice stand, and the
+        // backend says when the devices can be listed again.
+        AppLog::write(u"input devices listing unavailable; choice kept id=%1"_s.arg(
+            m_selectedInputDeviceID));
+        return;
+    }
     QList<AudioInputDeviceOption> real, virtualDevices;
-    for (const auto& device : devices)
+    for (const auto& device : *listed)
         (device.isVirtual ? virtualDevices : real).append(device);
     sortByName(real);
     sortByName(virtualDevices);
     setAvailableInputDevices(real + virtualDevices);
 
-    AudioInputBackend& backend = m_microphone.backend();
-    const auto classified = classifyInputDevices(backend.listInputDevices());
+    const AudioInputDeviceListing listing = m_microphone.backend().listInputDevices();
+    const auto classified = classifyInputDevices(listing.devices);
     QString recommended;
     if (const auto stable =
-            preferredStableInputDevice(classified, std::nullopt, backend.defaultInputDeviceId())) {
+            preferredStableInputDevice(classified, std::nullopt, listing.defaultDeviceId)) {
         recommended = stable->name;
     } else {
         const auto firstReal =
-            std::find_if(m_inputDevices.items().cbegin(), m_inputDevices.items().cend(),
+            std::find_if(availableInputDevices().cbegin(), availableInputDevices().cend(),
                          [](const AudioInputDeviceOption& device) { return !device.isVirtual; });
-        if (firstReal != m_inputDevices.items().cend())
+        if (firstReal != availableInputDevices().cend())
             recommended = firstReal->name;
     }
     setRecommendedInputDeviceName(recommended);
