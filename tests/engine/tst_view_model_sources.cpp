@@ -21,6 +21,42 @@ class TstViewModelSources : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void microphoneChoiceOutlastsAServerThatIsNotThereYet() {
+        EngineHarness h;
+        h.microphoneBackend.devices
+            << AudioInputDevice{12, u"USB-mikrofoni"_s, AudioTransportKind::usb, 1};
+        STTConfiguration stored = storedConfig(h.preferences);
+        stored.preferredInputDeviceID = 12;
+        STTConfigurationStore(h.preferences).save(stored);
+        h.permissionProbe = std::make_shared<ScriptedPermissionProbe>();
+        h.permissionProbe->micState = {u"undetermined"_s, CaptureAuthorization::notDetermined, true,
+                                       u"vesnara"_s};
+        // The sound server has not answered yet when the view model is built.
+        h.microphoneBackend.listingError = kServerGone;
+        auto& vm = h.make();
+        AudioSources& sources = *vm.sources();
+        QVERIFY(sources.availableInputDevices().isEmpty());
+        QCOMPARE(sources.selectedInputDeviceID(), 12u);
+        QCOMPARE(storedConfig(h.preferences).preferredInputDeviceID, std::optional<quint32>(12));
+        QVERIFY(!vm.permissions()->isMicrophonePermissionGranted());
+
+        // It connects: the devices are listed, the choice stands, the permission reads anew.
+        h.microphoneBackend.listingError.reset();
+        h.permissionProbe->micState = {u"granted"_s, CaptureAuthorization::authorized, true,
+                                       u"vesnara"_s};
+        h.microphoneBackend.announceDevicesChanged();
+        QTRY_COMPARE(sources.availableInputDevices().size(), 2);
+        QCOMPARE(sources.selectedInputDeviceName(), u"USB-mikrofoni"_s);
+        QCOMPARE(sources.recommendedInputDeviceName(), u"Sisäinen mikrofoni"_s);
+        QTRY_VERIFY(vm.permissions()->isMicrophonePermissionGranted());
+
+        // A device unplugged for good is forgotten at the next listing.
+        h.microphoneBackend.devices.removeLast();
+        h.microphoneBackend.announceDevicesChanged();
+        QTRY_COMPARE(sources.selectedInputDeviceID(), 0u);
+        QCOMPARE(storedConfig(h.preferences).preferredInputDeviceID, std::nullopt);
+    }
+
     void outputListingKeepsOrDropsTheStoredChoice() {
         EngineHarness h;
         h.systemBackend.content.displays = {

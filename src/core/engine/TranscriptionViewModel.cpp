@@ -38,6 +38,10 @@ TranscriptionViewModel::TranscriptionViewModel(Dependencies dependencies, QObjec
             &TranscriptionViewModel::commandAvailabilityChanged);
     connect(&m_sources, &AudioSources::inputDeviceChosen, this,
             &TranscriptionViewModel::handleInputDeviceChosen);
+    connect(&m_sources, &AudioSources::soundServerChanged, this, [this] {
+        m_permissions.applyMicrophonePermissionSnapshot();
+        m_permissions.applySystemAudioPermissionSnapshot(std::nullopt);
+    });
     connect(&m_transcript, &SessionTranscript::segmentsChanged, this,
             &TranscriptionViewModel::commandAvailabilityChanged);
     connect(&m_transcript, &SessionTranscript::pinsChanged, this,

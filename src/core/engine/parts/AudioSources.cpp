@@ -49,7 +49,12 @@ AudioSources::AudioSources(AudioInputBackend& inputBackend, SystemAudioBackend& 
     // the callbacks; a call already posted is dropped with this object.
     inputBackend.setDevicesChangedCallback([this] {
         QMetaObject::invokeMethod(
-            this, [this] { refreshInputDevices(); }, Qt::QueuedConnection);
+            this,
+            [this] {
+                refreshInputDevices();
+                Q_EMIT soundServerChanged();
+            },
+            Qt::QueuedConnection);
     });
     systemBackend.setDevicesChangedCallback([this] {
         QMetaObject::invokeMethod(
@@ -57,6 +62,7 @@ AudioSources::AudioSources(AudioInputBackend& inputBackend, SystemAudioBackend& 
             [this] {
                 refreshSystemAudioDisplays(false);
                 refreshSystemAudioApplications(false);
+                Q_EMIT soundServerChanged();
             },
             Qt::QueuedConnection);
     });
@@ -176,8 +182,8 @@ void AudioSources::refreshInputDevices() {
     if (!listed) {
         // The server cannot be asked yet: the last list and the stored choice stand, and the
         // backend says when the devices can be listed again.
-        AppLog::write(u"input devices listing unavailable; choice kept id=%1"_s.arg(
-            m_selectedInputDeviceID));
+        AppLog::write(
+            u"input devices listing unavailable; choice kept id=%1"_s.arg(m_selectedInputDeviceID));
         return;
     }
     QList<AudioInputDeviceOption> real, virtualDevices;

@@ -148,6 +148,9 @@ Q_SIGNALS:
     void inputModeChanged();
     /// The device or source names that the labels show may have changed.
     void sourceLabelsChanged();
+    /// The sound server's devices or its connection changed, and the listings were taken anew;
+    /// what depends on the server (the permission snapshots) may read differently too.
+    void soundServerChanged();
     /// The user picked a microphone: `selection` is stored; `previous` was the one before.
     void inputDeviceChosen(quint32 previous, const vesnara::StableInputSelection& selection);
 
