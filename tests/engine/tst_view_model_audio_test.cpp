@@ -45,7 +45,7 @@ private Q_SLOTS:
         QVERIFY(vm.support()->isAudioTestRunning());
         QVERIFY(!vm.canStart());
         QCOMPARE(vm.status()->statusText(), UiText::audioTestRunning);
-        QVERIFY(h->microphoneBackend.isRecording());
+        QTRY_VERIFY(h->microphoneBackend.isRecording());
         QVERIFY(!h->systemBackend.isCapturing());
         deliver(h->microphoneBackend, 4, 0.5f);
 
@@ -59,7 +59,7 @@ private Q_SLOTS:
                      u"Äänitesti: frameja 4, mic 4, systeemi 0, avg "_s),
                  qPrintable(vm.status()->diagnosticHint()));
         QVERIFY(vm.status()->diagnosticHint().endsWith(UiText::audioTestAdviceSourceWorks));
-        QVERIFY(!h->microphoneBackend.isRecording());
+        QTRY_VERIFY(!h->microphoneBackend.isRecording());
         QVERIFY(vm.canStart());
         QVERIFY(h->createdSessionIds().isEmpty());
         QCOMPARE(vm.meters()->audioFramesSent(), 0);
@@ -74,15 +74,15 @@ private Q_SLOTS:
 
         // Only the microphone delivers, at a good level.
         vm.support()->runAudioQualityTest();
-        QVERIFY(h->microphoneBackend.isRecording());
-        QVERIFY(h->systemBackend.isCapturing());
+        QTRY_VERIFY(h->microphoneBackend.isRecording());
+        QTRY_VERIFY(h->systemBackend.isCapturing());
         deliver(h->microphoneBackend, 3, 0.4f);
         QVERIFY(waitForVerdict(vm));
         QCOMPARE(vm.status()->statusText(), UiText::audioTestLevelOk);
         QVERIFY(vm.status()->diagnosticHint().contains(u"mic 3, systeemi 0"_s));
         QVERIFY(vm.status()->diagnosticHint().endsWith(UiText::audioTestAdviceMixedSystemSilent));
-        QVERIFY(!h->microphoneBackend.isRecording());
-        QVERIFY(!h->systemBackend.isCapturing());
+        QTRY_VERIFY(!h->microphoneBackend.isRecording());
+        QTRY_VERIFY(!h->systemBackend.isCapturing());
         // The log names the mode as the user knows it.
         QVERIFY(AppLog::snapshot(1 << 20).contains(u"audioTest start mode=Mikki + systeemiääni"_s));
         AppLog::setLogFilePath(AppLog::defaultLogPath());
@@ -120,7 +120,7 @@ private Q_SLOTS:
         QVERIFY(vm.status()->diagnosticHint().isEmpty());
         // The microphone had started before the system source failed.
         QCOMPARE(h->microphoneBackend.requestedDevices().size(), 1);
-        QVERIFY(!h->microphoneBackend.isRecording());
+        QTRY_VERIFY(!h->microphoneBackend.isRecording());
     }
 
     void testIsRefusedDuringARecording() {

@@ -108,7 +108,7 @@ void TstViewModelPause::serverEndsSessionWhilePaused() {
     QCOMPARE(vm.sessionId(), id);
     QVERIFY(vm.canSave());
     QVERIFY(vm.canSummary());
-    QVERIFY(!h.microphoneBackend.isRecording());
+    QTRY_VERIFY(!h.microphoneBackend.isRecording());
     // No stop request and no saved file on this path.
     QVERIFY(h.stoppedSessionIds().isEmpty());
     QVERIFY(!SessionHistoryStore(h.historyDirectory.path()).load(id).has_value());
@@ -216,7 +216,7 @@ void TstViewModelPause::closedStreamReconnectsThenGivesUp() {
     QCOMPARE(vm.status()->diagnosticHint(), UiText::hintSessionClosedByServer);
     QVERIFY(!vm.isRecording());
     QCOMPARE(vm.transcript()->segments().size(), 1);
-    QVERIFY(!h.microphoneBackend.isRecording());
+    QTRY_VERIFY(!h.microphoneBackend.isRecording());
 }
 
 QTEST_GUILESS_MAIN(TstViewModelPause)

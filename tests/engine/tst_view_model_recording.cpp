@@ -110,7 +110,7 @@ void TstViewModelRecording::microphoneRecordingMergesStreamAndPollAndSaves() {
     QVERIFY(!vm.isRecording());
     QVERIFY(vm.canStart());
     QVERIFY(vm.canSave());
-    QVERIFY(!h.microphoneBackend.isRecording());
+    QTRY_VERIFY(!h.microphoneBackend.isRecording());
     QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(), UiText::statusStopped, kEngineWaitMs);
     QVERIFY(h.session(id)->isStopped());
     QCOMPARE(vm.sessionId(), id);
@@ -159,7 +159,7 @@ void TstViewModelRecording::systemAudioSilenceEndsWithoutTranscriptAndTellsWhy()
                               kEngineWaitMs);
     QCOMPARE(vm.status()->diagnosticHint(), UiText::hintEmptyResultSilentSystemAudio);
     QVERIFY(h.session(id)->isStopped());
-    QVERIFY(!h.systemBackend.isCapturing());
+    QTRY_VERIFY(!h.systemBackend.isCapturing());
     // Nothing to keep: no file for a session without lines or pins.
     QVERIFY(!SessionHistoryStore(h.historyDirectory.path()).load(id).has_value());
     QVERIFY(vm.history()->sessionHistory().isEmpty());
@@ -198,8 +198,8 @@ void TstViewModelRecording::mixedModeSendsTheMixOfBothSources() {
     QVERIFY(mixedFrames >= 1);
 
     vm.stopRecording();
-    QVERIFY(!h.microphoneBackend.isRecording());
-    QVERIFY(!h.systemBackend.isCapturing());
+    QTRY_VERIFY(!h.microphoneBackend.isRecording());
+    QTRY_VERIFY(!h.systemBackend.isCapturing());
     QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(), UiText::statusStoppedWithoutTranscript,
                               kEngineWaitMs);
     const qint64 frames = h.session(id)->audioFrameCount;

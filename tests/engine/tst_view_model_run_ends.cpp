@@ -175,8 +175,8 @@ void TstViewModelRunEnds::aStopDuringAPendingFallbackLeavesTheSourcesClosed() {
 
     vm.stopRecording();
     QTRY_VERIFY_WITH_TIMEOUT(vm.runState() == RecordingRunState::idle, kEngineWaitMs);
-    QVERIFY(!h.microphoneBackend.isRecording());
-    QVERIFY(!h.systemBackend.isCapturing());
+    QTRY_VERIFY(!h.microphoneBackend.isRecording());
+    QTRY_VERIFY(!h.systemBackend.isCapturing());
     QVERIFY(h.microphoneBackend.requestedDevices().isEmpty());
     QCOMPARE(vm.sources()->inputMode(), AudioInputMode::systemAudio);
     QVERIFY(!vm.fallbackNoticeVisible());

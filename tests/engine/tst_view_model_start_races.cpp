@@ -187,8 +187,8 @@ void TstViewModelStartRaces::failedCaptureStartKeepsTheSession() {
     QVERIFY(!vm.isRecording());
     QVERIFY(vm.canStart());
     // Whatever source did start is closed again.
-    QVERIFY(!h.microphoneBackend.isRecording());
-    QVERIFY(!h.systemBackend.isCapturing());
+    QTRY_VERIFY(!h.microphoneBackend.isRecording());
+    QTRY_VERIFY(!h.systemBackend.isCapturing());
     const QString id = vm.sessionId();
     QVERIFY(!id.isEmpty());
 

@@ -54,11 +54,11 @@ TranscriptionViewModel::~TranscriptionViewModel() {
     // it is being destroyed.
     MicrophoneCapture& microphone = m_sources.microphone();
     microphone.onPCMFrame = {};
-    microphone.stop();
+    microphone.stopAsync();
     SystemAudioCapture& systemAudio = m_sources.systemAudio();
     systemAudio.onPCMFrame = {};
     systemAudio.onRawAudioSample = {};
-    systemAudio.stop();
+    systemAudio.stopAsync();
     for (StoredTask* task :
          {&m_transcriptPollTask, &m_sessionMetaPollTask, &m_audioKeepAliveTask,
           &m_microphoneLivenessTask, &m_pauseTickerTask, &m_startRecordingTimeoutTask,

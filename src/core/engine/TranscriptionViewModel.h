@@ -238,11 +238,12 @@ private:
                                        STTAPIClient apiClient);
     QCoro::Task<> startRecordingTimeout(QUuid attemptID, STTConfiguration config,
                                         STTAPIClient apiClient, CancellationToken token);
-    /// Wires and starts the sources of `mode`; a failure propagates, the wiring stays for
-    /// `deactivateLiveCapture`.
-    void activateLiveCapture(AudioInputMode mode, WebSocketStreamClient* wsClient,
-                             quint32 selectedMicID, quint32 selectedSystemDisplayID,
-                             const QString& selectedSystemApplicationBundleID);
+    /// Wires and starts the sources of `mode`, one after the other off the main thread; a failure
+    /// propagates, the wiring stays for `deactivateLiveCapture`. Ends quietly, leaving the rest
+    /// unstarted, when the sources are deactivated meanwhile.
+    QCoro::Task<> activateLiveCapture(AudioInputMode mode, QPointer<WebSocketStreamClient> wsClient,
+                                      quint32 selectedMicID, quint32 selectedSystemDisplayID,
+                                      QString selectedSystemApplicationBundleID);
     void deactivateLiveCapture();
     void setListeningStatus(AudioInputMode mode);
     void startAudioKeepAlive(WebSocketStreamClient* wsClient);
@@ -345,11 +346,21 @@ private:
     /// True when a stable microphone has taken over (once per recording).
     bool attemptStableMicrophoneFallback(const QString& trigger, AudioInputMode mode,
                                          WebSocketStreamClient* wsClient);
-    void restartMicrophoneCapture(AudioInputMode mode, WebSocketStreamClient* wsClient,
-                                  const QString& reason,
-                                  const std::optional<QString>& statusOverride,
-                                  const std::optional<QString>& diagnostic);
+    /// Rewires the microphone for `mode` and starts it again on the selected device, then says
+    /// so; ends quietly when the recording has moved on meanwhile.
+    QCoro::Task<> restartMicrophoneCapture(AudioInputMode mode,
+                                           QPointer<WebSocketStreamClient> wsClient, QString reason,
+                                           std::optional<QString> statusOverride,
+                                           std::optional<QString> diagnostic);
     void attemptMixedMicrophoneRestart(const QString& trigger);
+    QCoro::Task<> mixedMicrophoneRestart(QPointer<WebSocketStreamClient> wsClient, QString trigger);
+    /// The one start of the microphone that every repair shares: on the selected device, with
+    /// the hooks the caller wired. Gives the failure's description, nothing when it runs.
+    QCoro::Task<std::optional<QString>> restartMicrophone();
+    /// Whether the view model still exists and records on the stream `wsClient`: what a repair
+    /// checks after each wait.
+    static bool isRunStillLive(const QPointer<TranscriptionViewModel>& self,
+                               const QPointer<WebSocketStreamClient>& wsClient);
     void attemptSystemAudioFallback(const QString& trigger, const SessionMetaResponse& sessionMeta);
     QCoro::Task<> systemAudioFallback(QPointer<WebSocketStreamClient> wsClient);
     void restartMicrophoneCaptureForLiveDeviceChange(std::optional<QString> statusOverride,

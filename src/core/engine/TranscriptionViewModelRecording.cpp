@@ -146,15 +146,21 @@ QCoro::Task<> TranscriptionViewModel::runStartAttempt(std::shared_ptr<RecordingR
     m_webSocketClient = client;
 
     try {
-        activateLiveCapture(mode, client, m_sources.selectedInputDeviceID(), systemDisplayID,
-                            systemApplicationBundleID);
+        co_await activateLiveCapture(mode, client, m_sources.selectedInputDeviceID(),
+                                     systemDisplayID, systemApplicationBundleID);
     } catch (...) {
         failure = std::current_exception();
     }
+    if (!self)
+        co_return;
     if (failure) {
         handleStartFailure(attemptID, failure);
         co_return;
     }
+    // A stop, a newer start or the start limit while the sources started: they have closed
+    // the sources again already.
+    if (isStale())
+        co_return;
 
     m_startRecordingTimeoutTask.cancelAndClear();
     setRunState(RecordingRunState::recording);
@@ -207,11 +213,10 @@ void TranscriptionViewModel::stopSessionInBackground(STTAPIClient apiClient,
     stopSessionQuietly(std::move(apiClient), std::move(config), std::move(sessionId));
 }
 
-void TranscriptionViewModel::activateLiveCapture(AudioInputMode mode,
-                                                 WebSocketStreamClient* wsClient,
-                                                 quint32 selectedMicID,
-                                                 quint32 selectedSystemDisplayID,
-                                                 const QString& selectedSystemApplicationBundleID) {
+QCoro::Task<> TranscriptionViewModel::activateLiveCapture(
+    AudioInputMode mode, QPointer<WebSocketStreamClient> wsClient, quint32 selectedMicID,
+    quint32 selectedSystemDisplayID, QString selectedSystemApplicationBundleID) {
+    const QPointer<TranscriptionViewModel> self(this);
     if (usesSystemAudio(mode)) {
         m_sources.systemAudio().preferredDisplayID = preferredDeviceId(selectedSystemDisplayID);
         m_sources.systemAudio().preferredApplicationBundleID =
@@ -220,12 +225,18 @@ void TranscriptionViewModel::activateLiveCapture(AudioInputMode mode,
         m_sources.systemAudio().onRawAudioSample = {};
     }
     installFrameHooks(mode, wsClient);
+    // Deactivation counts up: a start that it overtook ends quietly and must go no further.
+    const quint64 generation = m_captureGeneration;
     if (usesMicrophone(mode)) {
         m_sources.microphone().preferredInputDeviceID = preferredDeviceId(selectedMicID);
-        m_sources.microphone().start();
+        co_await m_sources.microphone().startAsync();
+        if (!self || generation != m_captureGeneration)
+            co_return;
     }
     if (usesSystemAudio(mode)) {
-        m_sources.systemAudio().start();
+        co_await m_sources.systemAudio().startAsync();
+        if (!self || generation != m_captureGeneration)
+            co_return;
         m_permissions.systemAudioCaptureStarted();
     }
     m_sources.notifyActiveSourcesChanged();
@@ -233,11 +244,13 @@ void TranscriptionViewModel::activateLiveCapture(AudioInputMode mode,
 
 void TranscriptionViewModel::deactivateLiveCapture() {
     m_microphoneLivenessTask.cancelAndClear();
+    // Once a stop is asked for, no callback of the run reaches the hooks; the sound server lets
+    // go of the devices on the capture objects' own threads.
     m_sources.microphone().onPCMFrame = {};
-    m_sources.microphone().stop();
+    m_sources.microphone().stopAsync();
     m_sources.systemAudio().onPCMFrame = {};
     m_sources.systemAudio().onRawAudioSample = {};
-    m_sources.systemAudio().stop();
+    m_sources.systemAudio().stopAsync();
     m_mixerQueues.pendingMicChunks.clear();
     m_mixerQueues.pendingSystemChunks.clear();
     m_mixerQueues.mixedLagDropMicChunks = 0;

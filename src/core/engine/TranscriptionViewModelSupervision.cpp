@@ -70,30 +70,45 @@ bool TranscriptionViewModel::attemptStableMicrophoneFallback(const QString& trig
     return true;
 }
 
-void TranscriptionViewModel::restartMicrophoneCapture(AudioInputMode mode,
-                                                      WebSocketStreamClient* wsClient,
-                                                      const QString& reason,
-                                                      const std::optional<QString>& statusOverride,
-                                                      const std::optional<QString>& diagnostic) {
+QCoro::Task<std::optional<QString>> TranscriptionViewModel::restartMicrophone() {
+    const QPointer<TranscriptionViewModel> self(this);
+    MicrophoneCapture& microphone = m_sources.microphone();
+    microphone.preferredInputDeviceID = preferredDeviceId(m_sources.selectedInputDeviceID());
+    std::optional<QString> failure;
+    try {
+        co_await microphone.startAsync();
+    } catch (const MicrophoneCaptureError& error) {
+        failure = error.description();
+    }
+    if (self && failure)
+        m_permissions.applyMicrophonePermissionSnapshot();
+    co_return failure;
+}
+
+bool TranscriptionViewModel::isRunStillLive(const QPointer<TranscriptionViewModel>& self,
+                                            const QPointer<WebSocketStreamClient>& wsClient) {
+    return self && wsClient && wsClient == self->m_webSocketClient && self->isRecording();
+}
+
+QCoro::Task<> TranscriptionViewModel::restartMicrophoneCapture(
+    AudioInputMode mode, QPointer<WebSocketStreamClient> wsClient, QString reason,
+    std::optional<QString> statusOverride, std::optional<QString> diagnostic) {
     // The sources belong to a live recording only; after a stop nothing may reopen them.
     if (!isRecording() || mode == AudioInputMode::systemAudio)
-        return;
-    m_sources.microphone().stop();
+        co_return;
+    const QPointer<TranscriptionViewModel> self(this);
     m_meters.resetMicrophone();
     m_hasAttemptedMixedMicrophoneRestart = false;
     m_microphoneLivenessTask.cancelAndClear();
     installFrameHooks(mode, wsClient);
-    m_sources.microphone().preferredInputDeviceID =
-        preferredDeviceId(m_sources.selectedInputDeviceID());
-    try {
-        m_sources.microphone().start();
-    } catch (const MicrophoneCaptureError& error) {
-        m_permissions.applyMicrophonePermissionSnapshot();
+    const std::optional<QString> failure = co_await restartMicrophone();
+    if (!isRunStillLive(self, wsClient))
+        co_return;
+    if (failure) {
         setStatusText(UiText::statusMicrophoneSwitchFailed);
-        setDiagnosticHint(UiText::hintMicrophoneStartFailed(error.description()));
-        AppLog::write(u"microphone live restart failed reason=%1 error=%2"_s.arg(
-            reason, error.description()));
-        return;
+        setDiagnosticHint(UiText::hintMicrophoneStartFailed(*failure));
+        AppLog::write(u"microphone live restart failed reason=%1 error=%2"_s.arg(reason, *failure));
+        co_return;
     }
     m_sources.setInputMode(mode);
     if (statusOverride) {
@@ -130,23 +145,26 @@ void TranscriptionViewModel::attemptMixedMicrophoneRestart(const QString& trigge
         return;
     m_hasAttemptedMixedMicrophoneRestart = true;
     AppLog::write(u"mixed microphone restart trigger=%1"_s.arg(trigger));
-    m_sources.microphone().stop();
-    m_sources.microphone().onPCMFrame = makeFrameHook(
-        FrameSource::microphone, AudioInputMode::microphoneAndSystem, m_webSocketClient);
-    m_sources.microphone().preferredInputDeviceID =
-        preferredDeviceId(m_sources.selectedInputDeviceID());
-    try {
-        m_sources.microphone().start();
-    } catch (const MicrophoneCaptureError& error) {
-        setDiagnosticHint(UiText::hintMicrophoneRestartFailed(error.description()));
-        m_permissions.applyMicrophonePermissionSnapshot();
-        AppLog::write(u"mixed microphone restart failed: %1"_s.arg(error.description()));
-        return;
+    mixedMicrophoneRestart(m_webSocketClient, trigger);
+}
+
+QCoro::Task<>
+TranscriptionViewModel::mixedMicrophoneRestart(QPointer<WebSocketStreamClient> wsClient,
+                                               QString trigger) {
+    const QPointer<TranscriptionViewModel> self(this);
+    m_sources.microphone().onPCMFrame =
+        makeFrameHook(FrameSource::microphone, AudioInputMode::microphoneAndSystem, wsClient);
+    const std::optional<QString> failure = co_await restartMicrophone();
+    if (!isRunStillLive(self, wsClient))
+        co_return;
+    if (failure) {
+        setDiagnosticHint(UiText::hintMicrophoneRestartFailed(*failure));
+        AppLog::write(u"mixed microphone restart failed: %1"_s.arg(*failure));
+        co_return;
     }
     setDiagnosticHint(UiText::hintMicrophoneRestarted);
     AppLog::write(u"mixed microphone restart started"_s);
-    scheduleMicrophoneLivenessCheck(AudioInputMode::microphoneAndSystem, m_webSocketClient,
-                                    trigger);
+    scheduleMicrophoneLivenessCheck(AudioInputMode::microphoneAndSystem, wsClient, trigger);
 }
 
 void TranscriptionViewModel::attemptSystemAudioFallback(const QString& trigger,
@@ -164,7 +182,7 @@ QCoro::Task<>
 TranscriptionViewModel::systemAudioFallback(QPointer<WebSocketStreamClient> wsClient) {
     const QPointer<TranscriptionViewModel> self(this);
     const bool granted = co_await m_permissions.requestMicrophoneAccess();
-    if (!self || !wsClient || wsClient != m_webSocketClient || !isRecording())
+    if (!isRunStillLive(self, wsClient))
         co_return;
     if (!granted) {
         setDiagnosticHint(UiText::hintSystemFallbackNoMicrophonePermission);
@@ -175,25 +193,21 @@ TranscriptionViewModel::systemAudioFallback(QPointer<WebSocketStreamClient> wsCl
     // Only the microphone is rewired: system frames keep going out unmixed.
     m_sources.microphone().onPCMFrame =
         makeFrameHook(FrameSource::microphone, AudioInputMode::microphoneAndSystem, wsClient);
-    m_sources.microphone().preferredInputDeviceID =
-        preferredDeviceId(m_sources.selectedInputDeviceID());
-    try {
-        m_sources.microphone().start();
-    } catch (const MicrophoneCaptureError& error) {
+    const std::optional<QString> failure = co_await restartMicrophone();
+    if (!isRunStillLive(self, wsClient))
+        co_return;
+    if (failure) {
         m_hasAttemptedSystemFallback = false;
-        setDiagnosticHint(UiText::hintSystemFallbackFailed(error.description()));
-        AppLog::write(u"system fallback failed: %1"_s.arg(error.description()));
+        setDiagnosticHint(UiText::hintSystemFallbackFailed(*failure));
+        AppLog::write(u"system fallback failed: %1"_s.arg(*failure));
         co_return;
     }
     m_sources.setInputMode(AudioInputMode::microphoneAndSystem);
     setFallbackNoticeVisible(true);
     setDiagnosticHint(UiText::hintSystemFallbackActivated);
     m_rawWithoutPCMStreak = 0;
-    const QString systemName = m_sources.systemAudio().activeSourceName().isEmpty()
-                                   ? UiText::systemAudioSourceFallbackName
-                                   : m_sources.systemAudio().activeSourceName();
-    setStatusText(
-        UiText::statusListeningTo(m_sources.selectedInputDeviceName() + u" + "_s + systemName));
+    setStatusText(UiText::statusListeningTo(m_sources.selectedInputDeviceName() + u" + "_s +
+                                            m_sources.systemAudioSourceName()));
     AppLog::write(u"system fallback activated -> microphoneAndSystem"_s);
     scheduleMicrophoneLivenessCheck(AudioInputMode::microphoneAndSystem, wsClient,
                                     u"system-fallback"_s);
@@ -249,7 +263,7 @@ QCoro::Task<> TranscriptionViewModel::liveDeviceChange(AudioInputMode target,
                                                        std::optional<QString> diagnostic) {
     const QPointer<TranscriptionViewModel> self(this);
     const bool granted = co_await m_permissions.requestMicrophoneAccess();
-    if (!self || !wsClient || wsClient != m_webSocketClient || !isRecording())
+    if (!isRunStillLive(self, wsClient))
         co_return;
     if (!granted) {
         m_permissions.applyMicrophonePermissionSnapshot();

@@ -72,10 +72,10 @@ AudioSources::~AudioSources() {
     m_microphone.backend().setDevicesChangedCallback({});
     m_systemAudio.backend().setDevicesChangedCallback({});
     m_microphone.onPCMFrame = {};
-    m_microphone.stop();
+    m_microphone.stopAsync();
     m_systemAudio.onPCMFrame = {};
     m_systemAudio.onRawAudioSample = {};
-    m_systemAudio.stop();
+    m_systemAudio.stopAsync();
 }
 
 // Labels

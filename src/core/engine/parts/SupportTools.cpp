@@ -61,7 +61,7 @@ QCoro::Task<> SupportTools::audioQualityTest(AudioInputMode mode, CancellationTo
         if (!self)
             co_return;
         if (!token.isCancelled())
-            startAudioTestSources(mode, figures);
+            co_await startAudioTestSources(mode, figures);
     } catch (...) {
         if (!self)
             co_return;
@@ -95,8 +95,9 @@ QCoro::Task<> SupportTools::audioQualityTest(AudioInputMode mode, CancellationTo
     setIsAudioTestRunning(false);
 }
 
-void SupportTools::startAudioTestSources(AudioInputMode mode,
-                                         std::shared_ptr<AudioTestFigures> figures) {
+QCoro::Task<> SupportTools::startAudioTestSources(AudioInputMode mode,
+                                                  std::shared_ptr<AudioTestFigures> figures) {
+    const QPointer<SupportTools> self(this);
     // The level is taken on the capture thread; only the number travels to the main thread, into
     // this run's own figures, so a late frame of a finished run changes nothing visible.
     const auto levelHook = [this, figures](bool fromMicrophone) {
@@ -117,7 +118,9 @@ void SupportTools::startAudioTestSources(AudioInputMode mode,
         MicrophoneCapture& microphone = m_sources.microphone();
         microphone.preferredInputDeviceID = preferredDeviceId(m_sources.selectedInputDeviceID());
         microphone.onPCMFrame = levelHook(true);
-        microphone.start();
+        co_await microphone.startAsync();
+        if (!self)
+            co_return;
     }
     if (usesSystemAudio(mode)) {
         SystemAudioCapture& systemAudio = m_sources.systemAudio();
@@ -126,15 +129,15 @@ void SupportTools::startAudioTestSources(AudioInputMode mode,
             preferredApplicationId(m_sources.selectedSystemApplicationBundleID());
         systemAudio.onPCMFrame = levelHook(false);
         systemAudio.onRawAudioSample = {};
-        systemAudio.start();
+        co_await systemAudio.startAsync();
     }
 }
 
 void SupportTools::stopAudioTestSources() {
     m_sources.microphone().onPCMFrame = {};
-    m_sources.microphone().stop();
+    m_sources.microphone().stopAsync();
     m_sources.systemAudio().onPCMFrame = {};
-    m_sources.systemAudio().stop();
+    m_sources.systemAudio().stopAsync();
 }
 
 void SupportTools::setIsAudioTestRunning(bool value) {

@@ -56,8 +56,10 @@ Q_SIGNALS:
 
 private:
     QCoro::Task<> audioQualityTest(AudioInputMode mode, CancellationToken token);
-    /// Wires and starts the sources of `mode` so that each frame's level is counted in `figures`.
-    void startAudioTestSources(AudioInputMode mode, std::shared_ptr<AudioTestFigures> figures);
+    /// Wires and starts the sources of `mode`, off the main thread, so that each frame's level is
+    /// counted in `figures`.
+    QCoro::Task<> startAudioTestSources(AudioInputMode mode,
+                                        std::shared_ptr<AudioTestFigures> figures);
     void stopAudioTestSources();
     void setIsAudioTestRunning(bool value);
 
