@@ -355,8 +355,10 @@ private:
     void attemptMixedMicrophoneRestart(const QString& trigger);
     QCoro::Task<> mixedMicrophoneRestart(QPointer<WebSocketStreamClient> wsClient, QString trigger);
     /// The one start of the microphone that every repair shares: on the selected device, with
-    /// the hooks the caller wired. Gives the failure's description, nothing when it runs.
-    QCoro::Task<std::optional<QString>> restartMicrophone();
+    /// the hooks the caller wired, or, given `mixingInto`, with the microphone alone rewired
+    /// into the mixer for that stream. Gives the failure's description, nothing when it runs.
+    QCoro::Task<std::optional<QString>>
+    restartMicrophone(QPointer<WebSocketStreamClient> mixingInto = {});
     /// Whether the view model still exists and records on the stream `wsClient`: what a repair
     /// checks after each wait.
     static bool isRunStillLive(const QPointer<TranscriptionViewModel>& self,

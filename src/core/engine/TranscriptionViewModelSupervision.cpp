@@ -70,9 +70,13 @@ bool TranscriptionViewModel::attemptStableMicrophoneFallback(const QString& trig
     return true;
 }
 
-QCoro::Task<std::optional<QString>> TranscriptionViewModel::restartMicrophone() {
+QCoro::Task<std::optional<QString>>
+TranscriptionViewModel::restartMicrophone(QPointer<WebSocketStreamClient> mixingInto) {
     const QPointer<TranscriptionViewModel> self(this);
     MicrophoneCapture& microphone = m_sources.microphone();
+    if (mixingInto)
+        microphone.onPCMFrame =
+            makeFrameHook(FrameSource::microphone, AudioInputMode::microphoneAndSystem, mixingInto);
     microphone.preferredInputDeviceID = preferredDeviceId(m_sources.selectedInputDeviceID());
     std::optional<QString> failure;
     try {
@@ -152,9 +156,7 @@ QCoro::Task<>
 TranscriptionViewModel::mixedMicrophoneRestart(QPointer<WebSocketStreamClient> wsClient,
                                                QString trigger) {
     const QPointer<TranscriptionViewModel> self(this);
-    m_sources.microphone().onPCMFrame =
-        makeFrameHook(FrameSource::microphone, AudioInputMode::microphoneAndSystem, wsClient);
-    const std::optional<QString> failure = co_await restartMicrophone();
+    const std::optional<QString> failure = co_await restartMicrophone(wsClient);
     if (!isRunStillLive(self, wsClient))
         co_return;
     if (failure) {
@@ -191,9 +193,7 @@ TranscriptionViewModel::systemAudioFallback(QPointer<WebSocketStreamClient> wsCl
         co_return;
     }
     // Only the microphone is rewired: system frames keep going out unmixed.
-    m_sources.microphone().onPCMFrame =
-        makeFrameHook(FrameSource::microphone, AudioInputMode::microphoneAndSystem, wsClient);
-    const std::optional<QString> failure = co_await restartMicrophone();
+    const std::optional<QString> failure = co_await restartMicrophone(wsClient);
     if (!isRunStillLive(self, wsClient))
         co_return;
     if (failure) {
