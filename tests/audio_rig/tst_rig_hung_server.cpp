@@ -5,8 +5,13 @@
 #include "audio/MicrophoneCapture.h"
 #include "audio/MicrophonePermissionSnapshot.h"
 #include "audio/SystemAudioCapture.h"
+#include "backend/HttpTransport.h"
+#include "engine/TranscriptionViewModel.h"
 #include "storage/AppLog.h"
+#include "storage/STTConfigurationStore.h"
 #include "support/AwaitTask.h"
+#include "support/InMemoryPreferences.h"
+#include "support/RefBackendFixture.h"
 #include "text/UiText.h"
 
 #include <QElapsedTimer>
@@ -147,6 +152,55 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(frames.frames.size() >= 3, 8000);
         const auto stopped = test::awaitTask(microphone.stopAsync());
         QVERIFY(stopped.finished);
+    }
+
+    void theViewModelNeverWaitsOnAHungServer() {
+        test::RefBackendFixture server;
+        InMemoryPreferences preferences;
+        STTConfigurationStore(preferences).save(server.config());
+        HttpTransport transport;
+        PulseAudioInputBackend microphoneBackend(kStartLimit);
+        PulseSystemAudioBackend systemBackend(kStartLimit);
+        QTemporaryDir history;
+        TranscriptionViewModel vm(TranscriptionViewModel::Dependencies{
+            preferences, transport, microphoneBackend, systemBackend, history.path(), nullptr,
+            std::make_shared<LinuxPermissionProbe>()});
+        vm.settings()->updateAuthContext(server.token());
+        AudioSources& sources = *vm.sources();
+        // The backends connect in the background and the sources list when they have.
+        QTRY_VERIFY_WITH_TIMEOUT(!sources.availableInputDevices().isEmpty(), 8000);
+        sources.refreshSystemAudioDisplays(true);
+        QVERIFY(!sources.availableSystemDisplays().isEmpty());
+        const auto devices = sources.availableInputDevices();
+        const auto displays = sources.availableSystemDisplays();
+
+        const int pid = m_rig.daemonPid();
+        QVERIFY(pid > 0);
+        QCOMPARE(::kill(pid, SIGSTOP), 0);
+        const ContinueDaemon continueDaemon{pid};
+
+        Watchdog watchdog;
+        sources.setInputMode(AudioInputMode::systemAudio);
+        vm.startRecording();
+        sources.refreshSystemAudioDisplays(true);
+        sources.refreshInputDevices();
+        vm.permissions()->refreshMicrophonePermissionStatus(true);
+        // The listings answer from what is known, at once.
+        QCOMPARE(sources.availableInputDevices(), devices);
+        QCOMPARE(sources.availableSystemDisplays(), displays);
+        QVERIFY(vm.isStartingRecording());
+
+        // The start waits for its stream off the main thread, then fails with its own text.
+        QTRY_VERIFY_WITH_TIMEOUT(!vm.isStartingRecording(), 8000);
+        const double longestGap = watchdog.longestGapMs();
+        QCOMPARE(vm.status()->statusText(), UiText::systemAudioStreamSetupFailed);
+        QVERIFY(!vm.isRecording());
+        QVERIFY(vm.canStart());
+        QVERIFY2(longestGap <= kLongestGapMs,
+                 qPrintable(u"the main thread stalled for %1 ms"_s.arg(longestGap)));
+        QCOMPARE(::kill(pid, SIGCONT), 0);
+        static_cast<void>(
+            QTest::qWaitFor([&transport] { return transport.requestsInFlight() == 0; }, 8000));
     }
 };
 
