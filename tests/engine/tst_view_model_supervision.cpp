@@ -57,9 +57,11 @@ void TstViewModelSupervision::silentHeadsetIsReplacedOnceByTheBuiltInMicrophone(
     const QString id = vm.sessionId();
 
     QTRY_COMPARE_WITH_TIMEOUT(vm.sources()->selectedInputDeviceID(), kBuiltIn, kEngineWaitMs);
+    // The stable microphone starts off the main thread; the status follows its start.
+    QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(),
+                              UiText::statusMicrophoneSwitchedTo(u"Sisäinen mikrofoni"_s),
+                              kEngineWaitMs);
     QCOMPARE(h.microphoneBackend.requestedDevices(), (QList<quint32>{kHeadset, kBuiltIn}));
-    QCOMPARE(vm.status()->statusText(),
-             UiText::statusMicrophoneSwitchedTo(u"Sisäinen mikrofoni"_s));
     // The meta poll may clear a hint again when it finds nothing wrong.
     QVERIFY(h.hints.contains(
         UiText::hintMicrophoneFellBackToStable(u"WH1000 Bluetooth"_s, u"Sisäinen mikrofoni"_s)));
@@ -91,7 +93,7 @@ void TstViewModelSupervision::systemAudioWithoutPCMFallsBackToMixedOnSecondPoll(
     // The first poll warned, the second fell back.
     QVERIFY(!hints.isEmpty());
     QCOMPARE(vm.sources()->inputMode(), AudioInputMode::microphoneAndSystem);
-    QCOMPARE(vm.status()->diagnosticHint(), UiText::hintSystemFallbackActivated);
+    QVERIFY(h.hints.contains(UiText::hintSystemFallbackActivated));
     QVERIFY(vm.status()->statusText().startsWith(u"Kuuntelen... (Auto + Kaiuttimet"_s));
     QVERIFY(h.microphoneBackend.isRecording());
     QVERIFY(h.systemBackend.isCapturing());
@@ -119,15 +121,18 @@ void TstViewModelSupervision::pickerSwitchesTheRunningMicrophone() {
     QCOMPARE(h.microphoneBackend.requestedDevices(), QList<quint32>{kBuiltIn});
 
     vm.sources()->setPreferredInputDevice(21);
-    QTRY_COMPARE_WITH_TIMEOUT(h.microphoneBackend.requestedDevices(),
-                              (QList<quint32>{kBuiltIn, 21}), kEngineWaitMs);
-    QCOMPARE(vm.status()->statusText(), UiText::statusMicrophoneSwitchedTo(u"USB-mikrofoni"_s));
-    QCOMPARE(vm.status()->diagnosticHint(), UiText::hintMicrophoneSwitchedInRecording);
+    // The new microphone starts off the main thread; the status follows its start.
+    QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(),
+                              UiText::statusMicrophoneSwitchedTo(u"USB-mikrofoni"_s),
+                              kEngineWaitMs);
+    QCOMPARE(h.microphoneBackend.requestedDevices(), (QList<quint32>{kBuiltIn, 21}));
+    QVERIFY(h.hints.contains(UiText::hintMicrophoneSwitchedInRecording));
 
     vm.sources()->setPreferredInputDevice(0);
-    QTRY_COMPARE_WITH_TIMEOUT(h.microphoneBackend.requestedDevices().size(), 3, kEngineWaitMs);
-    QCOMPARE(vm.status()->statusText(),
-             UiText::statusMicrophoneSwitchedTo(UiText::automaticSource));
+    QTRY_COMPARE_WITH_TIMEOUT(vm.status()->statusText(),
+                              UiText::statusMicrophoneSwitchedTo(UiText::automaticSource),
+                              kEngineWaitMs);
+    QCOMPARE(h.microphoneBackend.requestedDevices().size(), 3);
     vm.stopRecording();
 }
 
