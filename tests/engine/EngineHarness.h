@@ -16,6 +16,7 @@
 #include "support/InMemoryPreferences.h"
 #include "support/RefBackendFixture.h"
 #include "support/ScriptedDialogs.h"
+#include "support/ScriptedFilePanels.h"
 #include "support/ScriptedPermissionProbe.h"
 
 #include <QJsonObject>
@@ -50,6 +51,8 @@ public:
     /// What `startNewInstance` fails with; nothing means it starts.
     std::optional<QString> startError;
     QList<SettingsPlace> openedPlaces;
+    QList<QUrl> openedUrls;
+    QStringList revealedFiles;
     int newInstances = 0;
     int terminations = 0;
 
@@ -57,6 +60,14 @@ public:
         if (!openablePlaces.contains(place))
             return false;
         openedPlaces << place;
+        return true;
+    }
+    bool openUrl(const QUrl& url) override {
+        openedUrls << url;
+        return true;
+    }
+    bool revealFile(const QString& filePath) override {
+        revealedFiles << filePath;
         return true;
     }
     std::optional<QString> startNewInstance() override {
@@ -121,6 +132,10 @@ struct EngineHarness {
     FakeClipboard clipboard;
     FakeDesktopServices desktop;
     ScriptedDialogs dialogs;
+    ScriptedFilePanels filePanels;
+    /// The user's Downloads and the temporary directory, private to the test.
+    QTemporaryDir downloads;
+    QTemporaryDir temporary;
     /// Set before `make` to run with permissions; without it both sources count as permitted.
     std::shared_ptr<ScriptedPermissionProbe> permissionProbe;
     Timing timing;
@@ -157,7 +172,8 @@ struct EngineHarness {
     TranscriptionViewModel& make() {
         viewModel = std::make_unique<TranscriptionViewModel>(TranscriptionViewModel::Dependencies{
             preferences, transport, microphoneBackend, systemBackend, historyDirectory.path(),
-            &clipboard, permissionProbe, timing, &desktop, &dialogs});
+            &clipboard, permissionProbe, timing, &desktop, &dialogs, &filePanels, downloads.path(),
+            temporary.path()});
         viewModel->settings()->updateAuthContext(server.token());
         QObject::connect(viewModel->status(), &StatusLine::statusTextChanged, viewModel.get(),
                          [this] { statuses << viewModel->status()->statusText(); });

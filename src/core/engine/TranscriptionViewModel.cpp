@@ -22,6 +22,18 @@ namespace vesnara {
 TranscriptionViewModel::TranscriptionViewModel(Dependencies dependencies, QObject* parent)
     : QObject(parent)
     , m_timing(dependencies.timing)
+    , m_places(
+          LocalPlaces::resolve(dependencies.downloadsDirectory, dependencies.temporaryDirectory))
+    , m_clock(dependencies.clock ? dependencies.clock : [] { return Timestamp::now(); })
+    , m_applicationVersion(dependencies.applicationVersion.isEmpty()
+                               ? QString::fromUtf16(DeploymentDefaults::applicationVersion)
+                               : dependencies.applicationVersion)
+    , m_applicationBuild(dependencies.applicationBuild.isEmpty()
+                             ? QString::fromUtf16(DeploymentDefaults::applicationBuild)
+                             : dependencies.applicationBuild)
+    , m_filePanels(dependencies.filePanels)
+    , m_clipboard(dependencies.clipboard)
+    , m_desktopServices(dependencies.desktopServices)
     , m_settings(dependencies.preferences, m_status, dependencies.clipboard, dependencies.dialogs)
     , m_permissions(std::move(dependencies.permissionProbe), m_timing, m_status,
                     dependencies.desktopServices)

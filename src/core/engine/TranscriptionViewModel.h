@@ -6,7 +6,9 @@
 #include "backend/STTAPIClient.h"
 #include "backend/ServerTranscriptResponse.h"
 #include "backend/SessionMetaResponse.h"
+#include "engine/LocalPlaces.h"
 #include "engine/RecordingRun.h"
+#include "engine/RunStatus.h"
 #include "engine/StatusLine.h"
 #include "engine/StoredTask.h"
 #include "engine/parts/AudioSources.h"
@@ -42,6 +44,7 @@ namespace vesnara {
 class AudioInputBackend;
 class Clipboard;
 class Dialogs;
+class FilePanels;
 class HttpTransport;
 class PermissionProbe;
 class Preferences;
@@ -83,7 +86,7 @@ struct StreamEvent;
 /// session), …Frames.cpp (the outgoing frame path and the mixer queues), …Pause.cpp (pause,
 /// resume, remote stop), …Meta.cpp (the meta poll and its live hints), …Supervision.cpp (the
 /// repairs of the sources during a recording).
-class TranscriptionViewModel final : public QObject {
+class TranscriptionViewModel final : public QObject, public RunStatus {
     Q_OBJECT
 
     // Parts: each group of the screens lives in an object of its own.
@@ -134,8 +137,20 @@ public:
         Timing timing = {};
         /// Settings pages and restarting; without one nothing opens and a relaunch fails.
         DesktopServices* desktopServices = nullptr;
-        /// The settings' prompts; without one every prompt counts as cancelled.
+        /// The prompts; without one every prompt counts as cancelled.
         Dialogs* dialogs = nullptr;
+        /// The save panels; without one every panel counts as cancelled.
+        FilePanels* filePanels = nullptr;
+        /// Where automatic exports go; nothing: the user's Downloads, else the temporary
+        /// directory.
+        std::optional<QString> downloadsDirectory = std::nullopt;
+        /// Where archives are put together; nothing: the system's temporary directory.
+        std::optional<QString> temporaryDirectory = std::nullopt;
+        /// Now; empty: the system clock.
+        std::function<Timestamp()> clock = {};
+        /// This build's version and build number; empty: those compiled in.
+        QString applicationVersion = {};
+        QString applicationBuild = {};
     };
 
     /// Builds the object in the product's order: initial values, the configuration loaded and
@@ -164,7 +179,7 @@ public:
     const RecordingMeters* meters() const { return &m_meters; }
 
     // Run state
-    RecordingRunState runState() const { return m_runState; }
+    RecordingRunState runState() const override { return m_runState; }
     bool isRecording() const { return flagsOf(m_runState).isRecording; }
     bool isStartingRecording() const { return flagsOf(m_runState).isStartingRecording; }
     bool isResumingRecording() const { return flagsOf(m_runState).isResumingRecording; }
@@ -172,7 +187,7 @@ public:
     const QString& pauseElapsedLabel() const { return m_pauseElapsedLabel; }
     bool fallbackNoticeVisible() const { return m_fallbackNoticeVisible; }
 
-    const QString& sessionId() const { return m_sessionId; }
+    const QString& sessionId() const override { return m_sessionId; }
 
     // Derived values, computed at each reading
     bool canStart() const;
@@ -375,6 +390,13 @@ private:
 
     // Owned parts and services; the order is the order of construction.
     Timing m_timing;
+    LocalPlaces m_places;
+    std::function<Timestamp()> m_clock;
+    QString m_applicationVersion;
+    QString m_applicationBuild;
+    FilePanels* m_filePanels = nullptr;
+    Clipboard* m_clipboard = nullptr;
+    DesktopServices* m_desktopServices = nullptr;
     StatusLine m_status;
     RecordingSettings m_settings;
     PermissionPanel m_permissions;

@@ -29,7 +29,10 @@ target_sources(vesnara_core PRIVATE
 
 target_sources(vesnara_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/AssignIfChanged.h
+    ${CMAKE_CURRENT_LIST_DIR}/LocalPlaces.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/LocalPlaces.h
     ${CMAKE_CURRENT_LIST_DIR}/RecordingRun.h
+    ${CMAKE_CURRENT_LIST_DIR}/RunStatus.h
     ${CMAKE_CURRENT_LIST_DIR}/parts/AudioSources.cpp
     ${CMAKE_CURRENT_LIST_DIR}/parts/AudioSources.h
     ${CMAKE_CURRENT_LIST_DIR}/parts/PermissionPanel.cpp

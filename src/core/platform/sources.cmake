@@ -5,6 +5,7 @@ target_sources(vesnara_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/Clipboard.h
     ${CMAKE_CURRENT_LIST_DIR}/DesktopServices.h
     ${CMAKE_CURRENT_LIST_DIR}/Dialogs.h
+    ${CMAKE_CURRENT_LIST_DIR}/FilePanels.h
     ${CMAKE_CURRENT_LIST_DIR}/PermissionProbe.h
     ${CMAKE_CURRENT_LIST_DIR}/SystemAudioBackend.h
 )

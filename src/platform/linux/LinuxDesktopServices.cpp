@@ -3,6 +3,7 @@
 #include "storage/AppLog.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QMetaObject>
 #include <QProcess>
 #include <QStandardPaths>
@@ -143,6 +144,15 @@ bool LinuxDesktopServices::openSettings(SettingsPlace place) {
     AppLog::write(
         u"desktop openSettings place=%1 program=none desktop=%2"_s.arg(placeName(place), desktop));
     return false;
+}
+
+bool LinuxDesktopServices::openUrl(const QUrl& url) {
+    const QString opener = findProgram(u"xdg-open"_s);
+    return !opener.isEmpty() && QProcess::startDetached(opener, {url.toString(QUrl::FullyEncoded)});
+}
+
+bool LinuxDesktopServices::revealFile(const QString& filePath) {
+    return openUrl(QUrl::fromLocalFile(QFileInfo(filePath).absolutePath()));
 }
 
 std::optional<QString> LinuxDesktopServices::startNewInstance() {

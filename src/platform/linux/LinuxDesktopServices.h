@@ -29,6 +29,8 @@ public:
     explicit LinuxDesktopServices(Environment environment = {});
 
     bool openSettings(SettingsPlace place) override;
+    bool openUrl(const QUrl& url) override;
+    bool revealFile(const QString& filePath) override;
     std::optional<QString> startNewInstance() override;
     void terminate() override;
 
