@@ -34,15 +34,33 @@ TranscriptionViewModel::TranscriptionViewModel(Dependencies dependencies, QObjec
     , m_filePanels(dependencies.filePanels)
     , m_clipboard(dependencies.clipboard)
     , m_desktopServices(dependencies.desktopServices)
+    , m_apiClient(dependencies.transport, dependencies.timing)
     , m_settings(dependencies.preferences, m_status, dependencies.clipboard, dependencies.dialogs)
     , m_permissions(std::move(dependencies.permissionProbe), m_timing, m_status,
                     dependencies.desktopServices)
     , m_sources(dependencies.audioInputBackend, dependencies.systemAudioBackend, m_timing,
                 m_settings, m_status, m_permissions)
-    , m_support(m_sources, m_permissions, m_status, m_timing,
-                [this] { return isStartingRecording() || isRecording(); })
     , m_history(dependencies.historyDirectory)
-    , m_apiClient(dependencies.transport, dependencies.timing)
+    , m_partContext{*this,
+                    m_status,
+                    m_settings,
+                    m_sources,
+                    m_permissions,
+                    m_meters,
+                    m_history,
+                    m_apiClient,
+                    m_timing,
+                    m_places,
+                    m_clock,
+                    m_applicationVersion,
+                    m_applicationBuild,
+                    dependencies.clipboard,
+                    dependencies.dialogs,
+                    dependencies.filePanels,
+                    dependencies.desktopServices}
+    , m_transcript(m_partContext)
+    , m_support(m_partContext, m_transcript,
+                [this] { return isStartingRecording() || isRecording(); })
     , m_startAttemptID(QUuid::createUuid())
     , m_resumeAttemptID(QUuid::createUuid()) {
     m_status.setStatusText(UiText::statusReadyToStart);
@@ -78,6 +96,11 @@ TranscriptionViewModel::~TranscriptionViewModel() {
         task->cancelAndClear();
     if (m_webSocketClient)
         m_webSocketClient->close();
+}
+
+RunFigures TranscriptionViewModel::runFigures() const {
+    return {m_rawWithoutPCMStreak, m_hasAttemptedSystemFallback,
+            m_hasAttemptedMixedMicrophoneRestart, m_hasAttemptedMicrophoneDeviceFallback};
 }
 
 // Derived values

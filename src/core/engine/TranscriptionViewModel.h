@@ -12,6 +12,7 @@
 #include "engine/StatusLine.h"
 #include "engine/StoredTask.h"
 #include "engine/parts/AudioSources.h"
+#include "engine/parts/PartContext.h"
 #include "engine/parts/PermissionPanel.h"
 #include "engine/parts/RecordingMeters.h"
 #include "engine/parts/RecordingSettings.h"
@@ -188,6 +189,7 @@ public:
     bool fallbackNoticeVisible() const { return m_fallbackNoticeVisible; }
 
     const QString& sessionId() const override { return m_sessionId; }
+    RunFigures runFigures() const override;
 
     // Derived values, computed at each reading
     bool canStart() const;
@@ -298,13 +300,6 @@ private:
                              QList<TranscriptSegment> segmentsAtStop, QString language,
                              QString sttModel, STTConfiguration config, STTAPIClient apiClient);
     void resetRunFigures();
-    /// Writes the transcript out after a stop when the user asked for it. Comes with the
-    /// exports; does nothing yet.
-    void autoExportAfterStopIfEnabled();
-    /// Writes a diagnostics file by itself after a source fallback. Comes with the diagnostics
-    /// package; does nothing yet.
-    void autoExportFallbackDiagnostics(const QString& trigger,
-                                       const SessionMetaResponse& sessionMeta);
 
     // Frames (TranscriptionViewModelFrames.cpp)
     /// The hook a source's frame callback posts to, on the main thread.
@@ -397,15 +392,17 @@ private:
     FilePanels* m_filePanels = nullptr;
     Clipboard* m_clipboard = nullptr;
     DesktopServices* m_desktopServices = nullptr;
+    STTAPIClient m_apiClient;
     StatusLine m_status;
     RecordingSettings m_settings;
     PermissionPanel m_permissions;
     AudioSources m_sources;
-    SessionTranscript m_transcript;
-    SupportTools m_support;
     RecordingMeters m_meters;
     SessionHistory m_history;
-    STTAPIClient m_apiClient;
+    /// What the transcript and support parts are lent; built once the parts above exist.
+    PartContext m_partContext;
+    SessionTranscript m_transcript;
+    SupportTools m_support;
 
     // Run state
     RecordingRunState m_runState = RecordingRunState::idle;
@@ -449,7 +446,6 @@ private:
     bool m_hasAttemptedSystemFallback = false;
     bool m_hasAttemptedMixedMicrophoneRestart = false;
     bool m_hasAttemptedMicrophoneDeviceFallback = false;
-    bool m_hasAutoExportedFallbackDiagnostics = false;
     bool m_hasAttemptedStartupCrashRecovery = false;
 
     // Pause

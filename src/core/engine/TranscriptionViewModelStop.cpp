@@ -118,7 +118,7 @@ QCoro::Task<> TranscriptionViewModel::finishStop(std::shared_ptr<RecordingRun> r
     const SentAudioFigures figures{m_meters.audioFramesSent(), m_meters.outgoingAudioLevel(),
                                    m_meters.outgoingAudioPeak()};
     const AudioInputMode mode = m_sources.inputMode();
-    autoExportAfterStopIfEnabled();
+    m_transcript.autoExportAfterStopIfEnabled();
     resetRunFigures();
     setRunState(RecordingRunState::idle);
 
@@ -146,19 +146,8 @@ void TranscriptionViewModel::resetRunFigures() {
     m_hasAttemptedSystemFallback = false;
     m_hasAttemptedMixedMicrophoneRestart = false;
     m_hasAttemptedMicrophoneDeviceFallback = false;
-    m_hasAutoExportedFallbackDiagnostics = false;
+    m_support.resetAutomaticDiagnostics();
     setFallbackNoticeVisible(false);
-}
-
-void TranscriptionViewModel::autoExportAfterStopIfEnabled() {
-    // The automatic export after a stop comes with the transcript exports.
-}
-
-void TranscriptionViewModel::autoExportFallbackDiagnostics(const QString& trigger,
-                                                           const SessionMetaResponse& sessionMeta) {
-    // The automatic diagnostics file after a fallback comes with the diagnostics package.
-    Q_UNUSED(trigger);
-    Q_UNUSED(sessionMeta);
 }
 
 } // namespace vesnara

@@ -176,7 +176,7 @@ void TranscriptionViewModel::attemptSystemAudioFallback(const QString& trigger,
         return;
     m_hasAttemptedSystemFallback = true;
     AppLog::write(u"system fallback trigger=%1"_s.arg(trigger));
-    autoExportFallbackDiagnostics(trigger, sessionMeta);
+    m_support.autoExportFallbackDiagnostics(trigger, sessionMeta);
     systemAudioFallback(m_webSocketClient);
 }
 

@@ -35,6 +35,7 @@ target_sources(vesnara_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/RunStatus.h
     ${CMAKE_CURRENT_LIST_DIR}/parts/AudioSources.cpp
     ${CMAKE_CURRENT_LIST_DIR}/parts/AudioSources.h
+    ${CMAKE_CURRENT_LIST_DIR}/parts/PartContext.h
     ${CMAKE_CURRENT_LIST_DIR}/parts/PermissionPanel.cpp
     ${CMAKE_CURRENT_LIST_DIR}/parts/PermissionPanel.h
     ${CMAKE_CURRENT_LIST_DIR}/parts/RecordingMeters.cpp

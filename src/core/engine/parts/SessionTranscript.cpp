@@ -13,8 +13,9 @@ QString idText(const std::optional<QUuid>& id) {
 
 } // namespace
 
-SessionTranscript::SessionTranscript(QObject* parent)
-    : QObject(parent) {}
+SessionTranscript::SessionTranscript(const PartContext& context, QObject* parent)
+    : QObject(parent)
+    , m_context(context) {}
 
 QString SessionTranscript::selectedPinIdText() const {
     return idText(selectedPinId());
@@ -93,6 +94,10 @@ void SessionTranscript::clear() {
         m_segments.clear();
         Q_EMIT segmentsChanged();
     }
+}
+
+void SessionTranscript::autoExportAfterStopIfEnabled() {
+    // The automatic export after a stop comes with the transcript exports.
 }
 
 } // namespace vesnara

@@ -2,6 +2,7 @@
 
 #include "engine/models/TranscriptPinListModel.h"
 #include "engine/models/TranscriptSegmentListModel.h"
+#include "engine/parts/PartContext.h"
 #include "engine/rules/TranscriptMerge.h"
 #include "model/TranscriptPin.h"
 
@@ -30,7 +31,8 @@ class SessionTranscript final : public QObject {
     Q_PROPERTY(QString highlightedPinId READ highlightedPinIdText NOTIFY highlightedPinIdChanged)
 
 public:
-    explicit SessionTranscript(QObject* parent = nullptr);
+    /// `context` is kept; everything in it outlives the object.
+    explicit SessionTranscript(const PartContext& context, QObject* parent = nullptr);
 
     TranscriptSegmentListModel* segmentModel() { return &m_segments; }
     TranscriptPinListModel* pinModel() { return &m_pinModel; }
@@ -65,6 +67,9 @@ public:
     void setHighlightedPinId(std::optional<QUuid> id);
     /// Empties everything: lines, interim line, pins, selection and light.
     void clear();
+    /// Writes the transcript out after a stop when the user asked for it. Comes with the
+    /// exports; does nothing yet.
+    void autoExportAfterStopIfEnabled();
 
 Q_SIGNALS:
     /// The lines changed: the text, its word count and the count may read differently.
@@ -75,6 +80,7 @@ Q_SIGNALS:
     void highlightedPinIdChanged();
 
 private:
+    const PartContext& m_context;
     TranscriptSegmentListModel m_segments;
     TranscriptPinListModel m_pinModel;
     QList<TranscriptPin> m_pins;

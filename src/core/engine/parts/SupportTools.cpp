@@ -15,14 +15,15 @@ using namespace Qt::StringLiterals;
 
 namespace vesnara {
 
-SupportTools::SupportTools(AudioSources& sources, PermissionPanel& permissions, StatusLine& status,
-                           const Timing& timing, std::function<bool()> recordingHoldsSources,
-                           QObject* parent)
+SupportTools::SupportTools(const PartContext& context, SessionTranscript& transcript,
+                           std::function<bool()> recordingHoldsSources, QObject* parent)
     : QObject(parent)
-    , m_sources(sources)
-    , m_permissions(permissions)
-    , m_status(status)
-    , m_timing(timing)
+    , m_context(context)
+    , m_transcript(transcript)
+    , m_sources(context.sources)
+    , m_permissions(context.permissions)
+    , m_status(context.status)
+    , m_timing(context.timing)
     , m_recordingHoldsSources(std::move(recordingHoldsSources))
     , m_memoAIBackendStatus(UiText::memoBackendStatusUnknown) {}
 
@@ -138,6 +139,13 @@ void SupportTools::stopAudioTestSources() {
     m_sources.microphone().stopAsync();
     m_sources.systemAudio().onPCMFrame = {};
     m_sources.systemAudio().stopAsync();
+}
+
+void SupportTools::autoExportFallbackDiagnostics(const QString& trigger,
+                                                 const SessionMetaResponse& sessionMeta) {
+    Q_UNUSED(trigger);
+    Q_UNUSED(sessionMeta);
+    m_hasAutoExportedFallbackDiagnostics = true;
 }
 
 void SupportTools::setIsAudioTestRunning(bool value) {

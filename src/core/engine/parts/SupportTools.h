@@ -2,6 +2,7 @@
 
 #include "async/CancellationToken.h"
 #include "engine/StoredTask.h"
+#include "engine/parts/PartContext.h"
 #include "model/AudioInputMode.h"
 #include "model/Timing.h"
 
@@ -15,8 +16,10 @@ namespace vesnara {
 
 class AudioSources;
 class PermissionPanel;
+class SessionTranscript;
 class StatusLine;
 struct AudioTestFigures;
+struct SessionMetaResponse;
 
 /// The tools around recording that help when something is wrong: the audio test today; the
 /// memo's backend status, the diagnostics file and crash recovery report here too.
@@ -32,10 +35,9 @@ class SupportTools final : public QObject {
 
 public:
     /// `recordingHoldsSources` tells whether a recording starts or runs, which owns the sources.
-    /// Everything referenced must outlive the object.
-    SupportTools(AudioSources& sources, PermissionPanel& permissions, StatusLine& status,
-                 const Timing& timing, std::function<bool()> recordingHoldsSources,
-                 QObject* parent = nullptr);
+    /// `context` is kept; everything referenced must outlive the object.
+    SupportTools(const PartContext& context, SessionTranscript& transcript,
+                 std::function<bool()> recordingHoldsSources, QObject* parent = nullptr);
     ~SupportTools() override;
 
     bool isAudioTestRunning() const { return m_isAudioTestRunning; }
@@ -47,6 +49,13 @@ public:
     /// server, then gives a verdict in the status and the figures with advice in the hint.
     /// Refused while a recording starts or runs; ignored while a test runs.
     Q_INVOKABLE void runAudioQualityTest();
+
+    /// Writes a diagnostics file by itself after a source fallback, once per transcript. Comes
+    /// with the diagnostics package; today it only remembers that it was asked.
+    void autoExportFallbackDiagnostics(const QString& trigger,
+                                       const SessionMetaResponse& sessionMeta);
+    /// A new transcript begins: the next fallback may write its file again.
+    void resetAutomaticDiagnostics() { m_hasAutoExportedFallbackDiagnostics = false; }
 
 Q_SIGNALS:
     void isAudioTestRunningChanged();
@@ -63,6 +72,8 @@ private:
     void stopAudioTestSources();
     void setIsAudioTestRunning(bool value);
 
+    const PartContext& m_context;
+    SessionTranscript& m_transcript;
     AudioSources& m_sources;
     PermissionPanel& m_permissions;
     StatusLine& m_status;
@@ -74,6 +85,7 @@ private:
     QString m_lastDiagnosticsFileName;
     QString m_memoAIBackendStatus;
     bool m_isCrashRecoveryRunning = false;
+    bool m_hasAutoExportedFallbackDiagnostics = false;
 };
 
 } // namespace vesnara
