@@ -89,6 +89,8 @@ private Q_SLOTS:
 
         // Both deliver near silence: the level advice wins over the mixed one.
         vm.support()->runAudioQualityTest();
+        QTRY_VERIFY(h->microphoneBackend.isRecording());
+        QTRY_VERIFY(h->systemBackend.isCapturing());
         deliver(h->microphoneBackend, 2, 0.001f);
         deliver(h->systemBackend, 2, 0.001f);
         QVERIFY(waitForVerdict(vm));
