@@ -121,13 +121,17 @@ void TstViewModelSupervision::pickerSwitchesTheRunningMicrophone() {
     vm.sources()->setPreferredInputDevice(21);
     QTRY_COMPARE_WITH_TIMEOUT(h.microphoneBackend.requestedDevices(),
                               (QList<quint32>{kBuiltIn, 21}), kEngineWaitMs);
-    QCOMPARE(vm.status()->statusText(), UiText::statusMicrophoneSwitchedTo(u"USB-mikrofoni"_s));
-    QCOMPARE(vm.status()->diagnosticHint(), UiText::hintMicrophoneSwitchedInRecording);
+    // The restart reports once its task is back on this thread; the next meta poll may speak
+    // over the hint already.
+    QTRY_VERIFY_WITH_TIMEOUT(
+        h.statuses.contains(UiText::statusMicrophoneSwitchedTo(u"USB-mikrofoni"_s)), kEngineWaitMs);
+    QVERIFY(h.hints.contains(UiText::hintMicrophoneSwitchedInRecording));
 
     vm.sources()->setPreferredInputDevice(0);
     QTRY_COMPARE_WITH_TIMEOUT(h.microphoneBackend.requestedDevices().size(), 3, kEngineWaitMs);
-    QCOMPARE(vm.status()->statusText(),
-             UiText::statusMicrophoneSwitchedTo(UiText::automaticSource));
+    QTRY_VERIFY_WITH_TIMEOUT(
+        h.statuses.contains(UiText::statusMicrophoneSwitchedTo(UiText::automaticSource)),
+        kEngineWaitMs);
     vm.stopRecording();
 }
 
