@@ -9,6 +9,7 @@
 #include <benchmark/benchmark.h>
 
 #include <QCoreApplication>
+#include <QCoroTask>
 #include <QEventLoop>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -146,6 +147,30 @@ private:
     PulsePlayer& m_player;
 };
 
+/// Catches here: an exception left in a task nobody awaits would be lost, and the loop never quit.
+QCoro::Task<> settle(QCoro::Task<> task, QEventLoop& loop, bool& ended, QString& failure) {
+    try {
+        co_await std::move(task);
+    } catch (const std::exception& e) {
+        failure = QString::fromUtf8(e.what());
+    } catch (...) {
+        failure = u"not a std::exception"_s;
+    }
+    ended = true;
+    loop.quit();
+}
+
+/// Runs `task` on a local event loop until it ends; what it threw, or empty.
+QString runToEnd(QCoro::Task<> task) {
+    QEventLoop loop;
+    bool ended = false;
+    QString failure;
+    settle(std::move(task), loop, ended, failure);
+    if (!ended)
+        loop.exec();
+    return failure;
+}
+
 void BM_MicrophoneCaptureLatency(benchmark::State& state) {
     PulseAudioInputBackend backend;
     MicrophoneCapture capture(backend);
@@ -171,7 +196,10 @@ void BM_MicrophoneCaptureLatency(benchmark::State& state) {
     capture.onPCMFrame = [&probe](QByteArray frame) { probe.post(std::move(frame)); };
 
     for (auto _ : state) {
-        capture.start();
+        if (const QString failure = runToEnd(capture.startAsync()); !failure.isEmpty()) {
+            state.SkipWithError((u"the capture did not start: "_s + failure).toUtf8().constData());
+            break;
+        }
         QEventLoop loop;
         QTimer pulses;
         // A pulse every 350 ms, far beyond the longest latency, once audio flows.
@@ -185,7 +213,7 @@ void BM_MicrophoneCaptureLatency(benchmark::State& state) {
                            &QEventLoop::quit);
         pulses.start(kPulseSpacing);
         loop.exec();
-        capture.stop();
+        runToEnd(capture.stopAsync());
         if (probe.latenciesMs.size() < kPulses / 2) {
             state.SkipWithError("too few pulses came back from the virtual microphone");
             break;

@@ -61,8 +61,7 @@ private Q_SLOTS:
         capture.preferredDisplayID = meetingOutputId(capture);
         FrameCollector collector;
         capture.onPCMFrame = [&collector](QByteArray frame) { collector.post(std::move(frame)); };
-        const auto started = test::awaitTask(capture.startAsync());
-        QVERIFY(started.finished && !started.error);
+        QVERIFY(test::succeeds(capture.startAsync()));
         QVERIFY(capture.isRunning());
         QTRY_VERIFY_WITH_TIMEOUT(collector.frames.size() >= 3, kWarmUpAndPlayMs);
 
@@ -71,7 +70,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(player.hasFinished(), 3 * kWarmUpAndPlayMs);
         const auto played = collector.frames.size();
         QTRY_VERIFY_WITH_TIMEOUT(collector.frames.size() >= played + 5, kWarmUpAndPlayMs);
-        capture.stop();
+        QVERIFY(test::succeeds(capture.stopAsync()));
 
         for (const auto& frame : collector.frames) {
             QVERIFY(frame.size() >= 640 && frame.size() <= 3200);
@@ -104,12 +103,12 @@ private Q_SLOTS:
         capture.preferredApplicationBundleID = u"vesnara-rig-chosen"_s;
         FrameCollector collector;
         capture.onPCMFrame = [&collector](QByteArray frame) { collector.post(std::move(frame)); };
-        capture.start();
+        QVERIFY(test::succeeds(capture.startAsync()));
         QVERIFY(capture.activeSourceName().contains(u"Chosen Player"_s));
 
         const double expected = sineLevel(amplitude);
         QTRY_VERIFY_WITH_TIMEOUT(collector.loudFrames(expected / 2).size() >= 10, kWarmUpAndPlayMs);
-        capture.stop();
+        QVERIFY(test::succeeds(capture.stopAsync()));
         checkSteadyTone(collector.loudFrames(expected / 2), expected, 440.0);
     }
 };

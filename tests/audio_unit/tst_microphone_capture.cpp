@@ -38,12 +38,6 @@ void script(FakeAudioInputBackend& backend) {
     backend.gate.release();
 }
 
-/// Runs `startAsync` to its end; false when it threw or did not end.
-bool startedAsync(MicrophoneCapture& capture) {
-    const auto outcome = test::awaitTask(capture.startAsync());
-    return outcome.finished && !outcome.error;
-}
-
 } // namespace
 
 class MicrophoneCaptureTest : public QObject {
@@ -61,7 +55,7 @@ private Q_SLOTS:
         MicrophoneCapture capture(m_backend);
         FrameCollector collector;
         capture.onPCMFrame = collector.sink();
-        capture.start();
+        QVERIFY(test::succeeds(capture.startAsync()));
 
         m_backend.play(QList<ScriptedAudioBuffer>(5, hardwareBuffer()));
         m_backend.waitUntilPlayed();
@@ -76,19 +70,19 @@ private Q_SLOTS:
     void choosesTheBuiltInDeviceAndNamesIt() {
         MicrophoneCapture capture(m_backend);
         QCOMPARE(capture.activeInputDeviceName(), QString());
-        capture.start();
+        QVERIFY(test::succeeds(capture.startAsync()));
         QCOMPARE(m_backend.requestedDevices().last(), builtInId);
         QCOMPARE(capture.activeInputDeviceName(), u"Built-in Audio Analog Stereo"_s);
         QVERIFY(capture.isRunning());
 
         capture.preferredInputDeviceID = headsetId;
-        capture.start(); // a restart stops the running stream first
+        QVERIFY(test::succeeds(capture.startAsync())); // a restart stops the running stream first
         QCOMPARE(m_backend.requestedDevices().last(), headsetId);
         QCOMPARE(capture.activeInputDeviceName(), u"Headset"_s);
         QVERIFY(AppLog::snapshot(1 << 20).contains(
             u"microphone wireless headset selected explicitly name=Headset"_s));
 
-        capture.stop();
+        QVERIFY(test::succeeds(capture.stopAsync()));
         QCOMPARE(capture.activeInputDeviceName(), QString());
         QVERIFY(!capture.isRunning());
         QVERIFY(!m_backend.isRecording());
@@ -98,38 +92,26 @@ private Q_SLOTS:
         m_backend.devices.clear();
         m_backend.defaultDeviceId = 0;
         MicrophoneCapture capture(m_backend);
-        capture.start();
+        QVERIFY(test::succeeds(capture.startAsync()));
         QCOMPARE(m_backend.requestedDevices().last(), 0u);
         QCOMPARE(capture.activeInputDeviceName(), u"Oletuslaite"_s);
     }
 
     void startFailuresAreEngineNotReady_data() {
         QTest::addColumn<bool>("streamFails");
-        QTest::addColumn<bool>("async");
-        for (const bool async : {false, true}) {
-            const char* way = async ? "startAsync" : "start";
-            QTest::addRow("%s, stream does not start", way) << true << async;
-            QTest::addRow("%s, input has no channels", way) << false << async;
-        }
+        QTest::newRow("stream does not start") << true;
+        QTest::newRow("input has no channels") << false;
     }
     void startFailuresAreEngineNotReady() {
         QFETCH(bool, streamFails);
-        QFETCH(bool, async);
         if (streamFails)
             m_backend.nextStart.error = AudioBackendError{u"pulseaudio"_s, 5, u"No such entity"_s};
         else
             m_backend.nextStart.format.channelCount = 0;
         MicrophoneCapture capture(m_backend);
-        std::optional<MicrophoneCaptureError> error;
-        if (async) {
-            error = test::awaitTask(capture.startAsync()).errorAs<MicrophoneCaptureError>();
-        } else {
-            try {
-                capture.start();
-            } catch (const MicrophoneCaptureError& e) {
-                error = e;
-            }
-        }
+        const auto started = test::awaitTask(capture.startAsync());
+        QVERIFY(started.finished);
+        const auto error = started.errorAs<MicrophoneCaptureError>();
         QVERIFY(error.has_value());
         QCOMPARE(error->kind(), MicrophoneCaptureError::Kind::engineNotReady);
         QCOMPARE(error->description(), u"Audio engine ei ole käyttövalmis"_s);
@@ -142,15 +124,15 @@ private Q_SLOTS:
         FrameCollector collector;
         capture.onPCMFrame = collector.sink();
 
-        capture.start();
+        QVERIFY(test::succeeds(capture.startAsync()));
         m_backend.deliver(hardwareBuffer());
-        capture.start();
+        QVERIFY(test::succeeds(capture.startAsync()));
         m_backend.deliver(hardwareBuffer());
         m_backend.deliver(hardwareBuffer());
         QCOMPARE(collector.sizes(), QList<int>{3200}); // 3 x 1364 across the restart
 
-        capture.stop();
-        capture.start();
+        QVERIFY(test::succeeds(capture.stopAsync()));
+        QVERIFY(test::succeeds(capture.startAsync()));
         m_backend.deliver(hardwareBuffer());
         m_backend.deliver(hardwareBuffer());
         QCOMPARE(collector.sizes(), QList<int>{3200}); // the 892 left were dropped by stop
@@ -162,7 +144,7 @@ private Q_SLOTS:
         MicrophoneCapture capture(m_backend);
         FrameCollector collector;
         capture.onPCMFrame = collector.sink();
-        capture.start();
+        QVERIFY(test::succeeds(capture.startAsync()));
         auto int24 = hardwareBuffer();
         int24.format = AudioStreamDescription::int24(48000, 2);
         auto empty = hardwareBuffer();
@@ -178,7 +160,7 @@ private Q_SLOTS:
         MicrophoneCapture capture(m_backend);
         QString reported;
         capture.onStreamFailure = [&](const QString& details) { reported = details; };
-        capture.start();
+        QVERIFY(test::succeeds(capture.startAsync()));
         m_backend.fail({u"pulseaudio"_s, 12, u"Entity killed"_s});
         QCOMPARE(reported, u"domain=pulseaudio code=12 desc=Entity killed"_s);
         QVERIFY(AppLog::snapshot(1 << 20).contains(
@@ -220,7 +202,7 @@ private Q_SLOTS:
 
         m_backend.listingError = AudioBackendError{u"vesnara.audio"_s, 6, u"Connection refused"_s};
         capture.preferredInputDeviceID.reset();
-        capture.start();
+        QVERIFY(test::succeeds(capture.startAsync()));
         QCOMPARE(m_backend.requestedDevices().last(), 0u);
         QCOMPARE(capture.activeInputDeviceName(), u"Oletuslaite"_s);
     }
@@ -232,7 +214,7 @@ private Q_SLOTS:
         MicrophoneCapture capture(backend);
         FrameCollector collector;
         capture.onPCMFrame = collector.sink();
-        QVERIFY(startedAsync(capture));
+        QVERIFY(test::succeeds(capture.startAsync()));
 
         const auto held = backend.gate.holdInScope();
         const auto stopped = test::startTask(capture.stopAsync());
@@ -293,7 +275,7 @@ private Q_SLOTS:
         std::atomic<int> failures = 0;
         capture.onPCMFrame = collector.sink();
         capture.onStreamFailure = [&failures](const QString&) { ++failures; };
-        QVERIFY(startedAsync(capture));
+        QVERIFY(test::succeeds(capture.startAsync()));
         backend.play(QList<ScriptedAudioBuffer>(400, hardwareBuffer()), 1ms);
         QTRY_VERIFY(collector.frames().size() >= 2);
 

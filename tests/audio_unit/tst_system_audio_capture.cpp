@@ -70,17 +70,17 @@ private Q_SLOTS:
     void startCapturesTheOutputAndNamesTheSource() {
         SystemAudioCapture capture(m_backend);
         capture.ownApplication = {u"tst_system_audio_capture"_s, 0};
-        capture.start();
+        QVERIFY(test::succeeds(capture.startAsync()));
         QVERIFY(capture.isRunning());
         QCOMPARE(m_backend.startedTargets().last(), (SystemAudioCaptureTarget{7, QString()}));
         QCOMPARE(capture.activeSourceName(), u"Speakers • Kaikki sovellukset"_s);
         QVERIFY(log().contains(
             u"SystemAudioCapture started display=7 apps=2 selectedApp=Kaikki sovellukset"_s));
 
-        capture.stop();
+        QVERIFY(test::succeeds(capture.stopAsync()));
         capture.preferredDisplayID = 9;
         capture.preferredApplicationBundleID = u"spotify"_s;
-        capture.start();
+        QVERIFY(test::succeeds(capture.startAsync()));
         QCOMPARE(m_backend.startedTargets().last(), (SystemAudioCaptureTarget{9, u"spotify"_s}));
         QCOMPARE(capture.activeSourceName(), u"HDMI • Spotify"_s);
         QVERIFY(
@@ -91,26 +91,18 @@ private Q_SLOTS:
         QTest::addColumn<int>("failure");
         QTest::addColumn<SystemAudioCaptureError::Kind>("kind");
         QTest::addColumn<QString>("logLine");
-        QTest::addColumn<bool>("async");
-        for (const bool async : {false, true}) {
-            const char* way = async ? "startAsync" : "start";
-            QTest::addRow("%s, server not reachable", way)
-                << 0 << SystemAudioCaptureError::Kind::permissionDenied
-                << u"SystemAudioCapture shareableContent error domain=pulseaudio code=6 desc=Connection refused"_s
-                << async;
-            QTest::addRow("%s, no output", way)
-                << 1 << SystemAudioCaptureError::Kind::noDisplay << QString() << async;
-            QTest::addRow("%s, stream does not start", way)
-                << 2 << SystemAudioCaptureError::Kind::streamSetupFailed
-                << u"SystemAudioCapture startCapture error domain=pulseaudio code=5 desc=No such entity"_s
-                << async;
-        }
+        QTest::newRow("server not reachable")
+            << 0 << SystemAudioCaptureError::Kind::permissionDenied
+            << u"SystemAudioCapture shareableContent error domain=pulseaudio code=6 desc=Connection refused"_s;
+        QTest::newRow("no output") << 1 << SystemAudioCaptureError::Kind::noDisplay << QString();
+        QTest::newRow("stream does not start")
+            << 2 << SystemAudioCaptureError::Kind::streamSetupFailed
+            << u"SystemAudioCapture startCapture error domain=pulseaudio code=5 desc=No such entity"_s;
     }
     void startFailuresAreTyped() {
         QFETCH(int, failure);
         QFETCH(SystemAudioCaptureError::Kind, kind);
         QFETCH(QString, logLine);
-        QFETCH(bool, async);
         if (failure == 0)
             m_backend.content = {
                 AudioBackendError{u"pulseaudio"_s, 6, u"Connection refused"_s}, {}, {}};
@@ -120,16 +112,9 @@ private Q_SLOTS:
             m_backend.nextStartError = AudioBackendError{u"pulseaudio"_s, 5, u"No such entity"_s};
 
         SystemAudioCapture capture(m_backend);
-        std::optional<SystemAudioCaptureError> error;
-        if (async) {
-            error = test::awaitTask(capture.startAsync()).errorAs<SystemAudioCaptureError>();
-        } else {
-            try {
-                capture.start();
-            } catch (const SystemAudioCaptureError& e) {
-                error = e;
-            }
-        }
+        const auto started = test::awaitTask(capture.startAsync());
+        QVERIFY(started.finished);
+        const auto error = started.errorAs<SystemAudioCaptureError>();
         QVERIFY(error.has_value());
         QCOMPARE(error->kind(), kind);
         QCOMPARE(QString::fromUtf8(error->what()), error->description());
@@ -146,7 +131,7 @@ private Q_SLOTS:
         std::atomic<int> raw = 0;
         capture.onPCMFrame = collector.sink();
         capture.onRawAudioSample = [&] { ++raw; };
-        capture.start();
+        QVERIFY(test::succeeds(capture.startAsync()));
 
         auto notReady = streamBuffer();
         notReady.isDataReady = false;
@@ -181,13 +166,13 @@ private Q_SLOTS:
         SystemAudioCapture capture(m_backend, Timing{}, clock.function());
         FrameCollector collector;
         capture.onPCMFrame = collector.sink();
-        capture.stop();
+        QVERIFY(test::succeeds(capture.stopAsync()));
         QVERIFY(!log().contains(u"SystemAudioCapture stopped"_s));
 
-        capture.start();
+        QVERIFY(test::succeeds(capture.startAsync()));
         m_backend.deliver(streamBuffer());
         m_backend.deliver(streamBuffer()); // 682 waiting
-        capture.stop();
+        QVERIFY(test::succeeds(capture.stopAsync()));
         QCOMPARE(capture.rawSampleCount(), 0);
         QCOMPARE(capture.emittedChunkCount(), 0);
         QCOMPARE(capture.activeSourceName(), QString());
@@ -195,7 +180,7 @@ private Q_SLOTS:
         QCOMPARE(occurrences(log(), u"SystemAudioCapture stopped"_s), 1);
 
         // After a stop the first 640 bytes go out at once again, and the waiting bytes are gone.
-        capture.start();
+        QVERIFY(test::succeeds(capture.startAsync()));
         m_backend.deliver(streamBuffer());
         QCOMPARE(collector.sizes(), (QList<int>{682, 682}));
         QCOMPARE(occurrences(log(), u"SystemAudioCapture emitted first chunk bytes=682"_s), 2);
@@ -205,7 +190,7 @@ private Q_SLOTS:
         SystemAudioCapture capture(m_backend);
         QString reported;
         capture.onStreamStopped = [&](const QString& details) { reported = details; };
-        capture.start();
+        QVERIFY(test::succeeds(capture.startAsync()));
         m_backend.stopBySelf({u"pulseaudio"_s, 12, u"Entity killed"_s});
         QCOMPARE(reported, u"domain=pulseaudio code=12 desc=Entity killed"_s);
         QVERIFY(capture.isRunning());
@@ -218,7 +203,7 @@ private Q_SLOTS:
         SystemAudioCapture capture(m_backend, Timing{}, clock.function());
         FrameCollector collector;
         capture.onPCMFrame = collector.sink();
-        capture.start();
+        QVERIFY(test::succeeds(capture.startAsync()));
         // 20 buffers of 682 bytes delivered at once: the first goes out alone, the rest in frames.
         m_backend.play(QList<ScriptedAudioBuffer>(20, streamBuffer()));
         m_backend.waitUntilPlayed();
@@ -227,7 +212,7 @@ private Q_SLOTS:
         for (qsizetype i = 1; i < sizes.size(); ++i)
             QCOMPARE(sizes[i], 3200);
         QVERIFY(collector.threads().first() != std::this_thread::get_id());
-        capture.stop();
+        QVERIFY(test::succeeds(capture.stopAsync()));
     }
 
     void listingsLeaveThisProgramOutAndFailLikeStart() {

@@ -75,4 +75,26 @@ OutcomeOf<T> awaitTask(QCoro::Task<T> task,
     return waitFor(startTask(std::move(task)), deadline);
 }
 
+/// `awaitTask` for a task that should simply succeed: true when it ended in time without
+/// throwing; otherwise false, with the reason in the test's output.
+template <typename T>
+bool succeeds(QCoro::Task<T> task, std::chrono::milliseconds deadline = std::chrono::seconds(10)) {
+    const auto outcome = awaitTask(std::move(task), deadline);
+    if (!outcome.finished) {
+        qWarning("the task did not end in time");
+        return false;
+    }
+    if (outcome.error) {
+        try {
+            std::rethrow_exception(outcome.error);
+        } catch (const std::exception& e) {
+            qWarning("the task threw: %s", e.what());
+        } catch (...) {
+            qWarning("the task threw something that is not a std::exception");
+        }
+        return false;
+    }
+    return true;
+}
+
 } // namespace vesnara::test

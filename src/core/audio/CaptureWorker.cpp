@@ -39,15 +39,11 @@ void CaptureWorker::post(std::function<void()> call) {
     m_pool.start(std::move(call));
 }
 
-void CaptureWorker::drain() {
-    m_pool.waitForDone();
-}
-
 void CaptureWorker::retire(std::function<void()> finalCall) {
     *m_alive = false;
     beginRun();
     post(std::move(finalCall));
-    drain();
+    m_pool.waitForDone();
 }
 
 } // namespace vesnara

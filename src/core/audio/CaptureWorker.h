@@ -45,8 +45,6 @@ public:
     QCoro::Task<bool> call(std::function<void()> call);
     /// Queues `call` without waiting for it.
     void post(std::function<void()> call);
-    /// Waits on this thread until every call asked for has run.
-    void drain();
     /// For the owner's destructor: begins a last run, queues `finalCall` and waits for every
     /// call. Tasks of `call` that resume afterwards give false.
     void retire(std::function<void()> finalCall);

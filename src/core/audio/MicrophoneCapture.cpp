@@ -128,24 +128,6 @@ QCoro::Task<> MicrophoneCapture::stopAsync() {
     co_await std::move(pending);
 }
 
-void MicrophoneCapture::start() {
-    const StartPlan plan = prepareStart();
-    m_worker.drain();
-    const AudioInputStreamStart started = m_backend.startRecording(plan.deviceId, plan.callbacks);
-    try {
-        finishStart(plan, started);
-    } catch (...) {
-        m_worker.drain(); // the stop that a failed start queued
-        throw;
-    }
-}
-
-void MicrophoneCapture::stop() {
-    endRun();
-    m_worker.drain();
-    m_backend.stopRecording();
-}
-
 void MicrophoneCapture::endRun() {
     m_worker.beginRun([this] { m_chunker.clear(); });
     m_isRunning = false;

@@ -24,8 +24,9 @@ namespace vesnara {
 /// are used from the main thread. The backend's stream calls run on a worker thread of this
 /// object's own, one at a time in the order they were asked for, so `startAsync` and `stopAsync`
 /// never wait on the sound server. Each start or stop begins a new run: a buffer or a failure
-/// of an earlier run that arrives later is dropped, so once a stop has returned, nothing reaches
-/// `onPCMFrame` or `onStreamFailure` until the next start. The backend must outlive the object.
+/// of an earlier run that arrives later is dropped, so once `stopAsync` has returned its task
+/// (before the backend has let go), nothing reaches `onPCMFrame` or `onStreamFailure` until the
+/// next start. The backend must outlive the object.
 /// Permission checks and requests are not here (the permission module asks before a start).
 class MicrophoneCapture {
 public:
@@ -59,13 +60,6 @@ public:
     /// lets go of the device on the worker thread afterwards; the task ends when it has, and
     /// need not be awaited.
     QCoro::Task<> stopAsync();
-
-    /// `startAsync`, waiting on this thread for the backend. Blocks on the sound server: kept
-    /// only until every caller uses `startAsync`.
-    void start();
-    /// `stopAsync`, waiting on this thread for the backend. Kept only until every caller uses
-    /// `stopAsync`.
-    void stop();
 
     /// True from the end of a successful start to the next stop or start.
     bool isRunning() const { return m_isRunning; }

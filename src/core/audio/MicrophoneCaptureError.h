@@ -11,7 +11,7 @@ class MicrophoneCaptureError : public UserFacingError {
 public:
     enum class Kind {
         /// The user has not allowed the microphone (raised by the permission flows, not by
-        /// `MicrophoneCapture::start`).
+        /// `MicrophoneCapture::startAsync`).
         permissionDenied,
         /// The input has no channels, or its stream could not be started.
         engineNotReady,

@@ -112,18 +112,6 @@ QCoro::Task<> SystemAudioCapture::stopAsync() {
     co_await std::move(pending);
 }
 
-void SystemAudioCapture::start() {
-    const StartPlan plan = prepareStart();
-    m_worker.drain();
-    finishStart(plan, m_backend.startCapture(plan.target, plan.callbacks));
-}
-
-void SystemAudioCapture::stop() {
-    endRun();
-    m_worker.drain();
-    m_backend.stopCapture();
-}
-
 void SystemAudioCapture::endRun() {
     const bool wasRunning = m_isRunning;
     m_worker.beginRun([this] { resetRunStateLocked(); });

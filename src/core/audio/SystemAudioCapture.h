@@ -29,8 +29,9 @@ namespace vesnara {
 /// counters may be read from any. The backend's capture calls run on a worker thread of this
 /// object's own, one at a time in the order they were asked for, so `startAsync` and `stopAsync`
 /// never wait on the sound server. Each start or stop begins a new run: a buffer or a stop of an
-/// earlier run that arrives later is dropped, so once a stop has returned, nothing reaches the
-/// callbacks until the next start. The backend must outlive the object.
+/// earlier run that arrives later is dropped, so once `stopAsync` has returned its task (before
+/// the backend has let go), nothing reaches the callbacks until the next start. The backend must
+/// outlive the object.
 class SystemAudioCapture {
 public:
     using Clock = SystemAudioChunker::Clock;
@@ -75,13 +76,6 @@ public:
     /// afterwards; the task ends when it has, and need not be awaited.
     QCoro::Task<> stopAsync();
 
-    /// `startAsync`, waiting on this thread for the backend. Blocks on the sound server: kept
-    /// only until every caller uses `startAsync`.
-    void start();
-    /// `stopAsync`, waiting on this thread for the backend. Kept only until every caller uses
-    /// `stopAsync`.
-    void stop();
-
     bool isRunning() const { return m_isRunning; }
     /// "<output> • <application or Kaikki sovellukset>" while running, else empty.
     const QString& activeSourceName() const { return m_activeSourceName; }
@@ -93,10 +87,10 @@ public:
     /// Frames handed to `onPCMFrame` in this capture.
     int emittedChunkCount() const { return m_emittedChunkCount.load(); }
 
-    /// The outputs, in the backend's order. Throws `permissionDenied` like `start`.
+    /// The outputs, in the backend's order. Throws `permissionDenied` like `startAsync`.
     QList<SystemAudioDisplayOption> listDisplaySources() const;
     /// One entry per playing application but this program, sorted by name. Throws
-    /// `permissionDenied` like `start`.
+    /// `permissionDenied` like `startAsync`.
     QList<SystemAudioApplicationOption> listApplicationSources() const;
 
     SystemAudioBackend& backend() const { return m_backend; }
