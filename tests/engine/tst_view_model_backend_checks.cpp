@@ -61,7 +61,6 @@ private Q_SLOTS:
             << UiText::updateAvailable(u"999.0.0"_s) << QString();
         QTest::newRow("the same version")
             << json({{u"version"_s, u"%1"_s}, {u"downloadURL"_s, web}}) << u"same"_s << QString();
-        QTest::newRow("older") << json({{u"version"_s, u"0.0.1"_s}}) << u"same"_s << QString();
         QTest::newRow("pre-release of the running version")
             << json({{u"version"_s, u"%1-beta"_s}, {u"downloadURL"_s, web}}) << u"same"_s
             << QString();
@@ -136,13 +135,6 @@ private Q_SLOTS:
         QTest::addColumn<QString>("status");
         const QString time = u"2026-02-11T08:30:00.123Z"_s;
         const QString ok = u"Yhteys ok (2026-02-11T08:30:00)"_s;
-        QTest::newRow("memo record present")
-            << QJsonObject{{u"ok"_s, true},
-                           {u"time"_s, time},
-                           {u"openAIConfigured"_s, false},
-                           {u"memoAI"_s,
-                            QJsonObject{{u"configured"_s, true}, {u"model"_s, u"gpt-memo"_s}}}}
-            << u"Käytössä (gpt-memo)"_s << ok;
         QTest::newRow("memo record without its flag")
             << QJsonObject{{u"ok"_s, true},
                            {u"time"_s, time},
@@ -150,9 +142,6 @@ private Q_SLOTS:
                            {u"openAIModel"_s, u"whisper"_s},
                            {u"memoAI"_s, QJsonObject{}}}
             << u"Käytössä (whisper)"_s << ok;
-        QTest::newRow("only the older fields")
-            << QJsonObject{{u"ok"_s, true}, {u"time"_s, time}, {u"openAIConfigured"_s, false}}
-            << u"Ei konfiguroitu"_s << ok;
         QTest::newRow("neither") << QJsonObject{{u"ok"_s, true}, {u"time"_s, u"08:30"_s}}
                                  << u"Ei tiedossa (vanha backend)"_s << u"Yhteys ok (08:30)"_s;
         QTest::newRow("backend not well")
