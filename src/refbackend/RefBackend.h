@@ -83,7 +83,8 @@ public:
     /// Ends the session as the server would on its own: stopped, with an end time, and a
     /// "stopped" status on its open streams.
     void endSession(const QString& sessionId);
-    /// Replaces the update manifest that `/updates/latest-mac.json` serves.
+    /// Replaces the update manifest that `/updates/latest-mac.json` serves. Any other
+    /// `/updates/<name>.json` serves the file of that name under `<data-dir>/updates/`.
     void setUpdateManifest(const QByteArray& json);
 
     // What was received
@@ -113,7 +114,8 @@ private:
     HttpReply generateSummary(const RecordedRequest& request, const QString& id);
     HttpReply summaryDocx(const RecordedRequest& request, const QString& id);
     HttpReply health() const;
-    HttpReply updateManifest() const;
+    /// `<data-dir>/updates/<fileName>`; the default name falls back to a built-in manifest.
+    HttpReply updateManifest(const QString& fileName) const;
     ServerSession* ownedSession(const RecordedRequest& request, const QString& id,
                                 HttpReply* refusal);
 

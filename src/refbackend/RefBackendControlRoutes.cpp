@@ -61,6 +61,9 @@ HttpReply RefBackend::control(const RecordedRequest& request, const QString& act
         return HttpReply::json(QJsonObject{{u"token"_s, token}});
     } else if (action == u"revoke-token"_s) {
         m_tokens.revoke(body.value(u"token"_s).toString());
+    } else if (action == u"health"_s) {
+        const QJsonValue answer = body.value(u"answer"_s);
+        m_faults.healthAnswer = answer.isObject() ? std::optional(answer.toObject()) : std::nullopt;
     } else if (action == u"reset"_s) {
         m_faults = RefBackendFaults{};
     } else {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QJsonObject>
 #include <QSet>
 #include <QString>
 
@@ -37,6 +38,8 @@ struct RefBackendFaults {
     bool ignoreBinaryFrames = false;
     /// The stream sends nothing at all to clients.
     bool silentStreams = false;
+    /// What `/health` answers instead of the real record (another backend's, say), until reset.
+    std::optional<QJsonObject> healthAnswer;
 
     std::optional<HttpFault> takeFaultFor(const QString& path) {
         for (auto it = httpFaults.begin(); it != httpFaults.end(); ++it) {

@@ -62,8 +62,8 @@ Memo memoFromJson(const QJsonObject& json) {
 void RefBackend::addSpeechRoutes() {
     auto& server = *m_server;
     server.route("GET", u"/health"_s, [this](const auto&, const auto&) { return health(); });
-    server.route("GET", u"/updates/latest-mac.json"_s,
-                 [this](const auto&, const auto&) { return updateManifest(); });
+    server.route("GET", u"/updates/([A-Za-z0-9_-][A-Za-z0-9_.-]*\\.json)"_s,
+                 [this](const auto&, const auto& names) { return updateManifest(names[0]); });
     server.route("POST", u"/v1/sessions"_s,
                  [this](const auto& request, const auto&) { return createSession(request); });
     server.route("GET", u"/v1/sessions"_s,
@@ -240,6 +240,8 @@ HttpReply RefBackend::summaryDocx(const RecordedRequest& request, const QString&
 }
 
 HttpReply RefBackend::health() const {
+    if (m_faults.healthAnswer)
+        return HttpReply::json(*m_faults.healthAnswer);
     const bool scripted = m_options.recognizer == RecognizerKind::scripted;
     return HttpReply::json(QJsonObject{
         {u"ok"_s, true},
@@ -250,12 +252,16 @@ HttpReply RefBackend::health() const {
     });
 }
 
-HttpReply RefBackend::updateManifest() const {
-    if (!m_updateManifest.isEmpty())
+HttpReply RefBackend::updateManifest(const QString& fileName) const {
+    const bool isDefault = fileName == u"latest-mac.json"_s;
+    if (isDefault && !m_updateManifest.isEmpty())
         return HttpReply::bytes(m_updateManifest, "application/json");
-    QFile file(QDir(m_options.dataDirectory).filePath(u"updates/latest-mac.json"_s));
+    // The route admits plain names only, so the file is always directly in `updates/`.
+    QFile file(QDir(m_options.dataDirectory).filePath(u"updates/"_s + fileName));
     if (file.open(QIODevice::ReadOnly))
         return HttpReply::bytes(file.readAll(), "application/json");
+    if (!isDefault)
+        return HttpReply::error(404, u"Tiedostoa ei löydy"_s);
     return HttpReply::json(QJsonObject{
         {u"app"_s, u"Vesnara"_s},
         {u"channel"_s, u"stable"_s},

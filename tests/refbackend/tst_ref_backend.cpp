@@ -7,6 +7,8 @@
 #include "support/TestAudio.h"
 #include "support/TestHttp.h"
 
+#include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -233,6 +235,49 @@ private Q_SLOTS:
             call("POST", u"/_control/issue-token"_s, R"({"subject":"x@y.z"})");
         QVERIFY(backend().tokens().subjectOf(issued.json().value(u"token"_s).toString()));
         QCOMPARE(call("POST", u"/_control/nonsense"_s, "{}").status, 404);
+    }
+
+    void healthAnswerCanBeReplacedUntilReset() {
+        const QJsonObject older{{u"ok"_s, true}, {u"time"_s, u"2026-02-11T08:30:00.123Z"_s}};
+        backend().faults().healthAnswer = older;
+        QCOMPARE(call("GET", u"/health"_s).json(), older);
+        QCOMPARE(call("POST", u"/_control/health"_s,
+                      R"({"answer":{"ok":false,"time":"nyt","openAIConfigured":true}})")
+                     .json()
+                     .value(u"ok"_s),
+                 true);
+        const QJsonObject answered = call("GET", u"/health"_s).json();
+        QCOMPARE(answered.value(u"ok"_s), false);
+        QCOMPARE(answered.value(u"time"_s), u"nyt"_s);
+        QVERIFY(!answered.contains(u"memoAI"_s));
+        QCOMPARE(call("POST", u"/_control/reset"_s, "{}").status, 200);
+        QVERIFY(call("GET", u"/health"_s).json().contains(u"memoAI"_s));
+    }
+
+    void manifestsComeFromTheDataDirectoryByName() {
+        QVERIFY(QDir(m_server->dataDirectory()).mkpath(u"updates"_s));
+        QFile file(m_server->dataDirectory() + u"/updates/beta.json"_s);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(R"({"version":"9.9.9"})");
+        file.close();
+        QFile secret(m_server->dataDirectory() + u"/users.json"_s);
+        QVERIFY(secret.open(QIODevice::WriteOnly));
+        secret.write(R"({"users":[]})");
+        secret.close();
+
+        const HttpAnswer beta = callAs({}, {}, "GET", u"/updates/beta.json"_s);
+        QCOMPARE(beta.status, 200);
+        QCOMPARE(beta.body, QByteArray(R"({"version":"9.9.9"})"));
+        // The default name has a manifest of its own even without a file; others do not.
+        QVERIFY(!callAs({}, {}, "GET", u"/updates/latest-mac.json"_s)
+                     .json()
+                     .value(u"version"_s)
+                     .toString()
+                     .isEmpty());
+        QCOMPARE(callAs({}, {}, "GET", u"/updates/stable.json"_s).status, 404);
+        // Nothing outside the manifests' folder is served.
+        QCOMPARE(callAs({}, {}, "GET", u"/updates/..%2Fusers.json"_s).status, 404);
+        QCOMPARE(callAs({}, {}, "GET", u"/updates/.hidden.json"_s).status, 404);
     }
 
     void sessionsSurviveARestart() {

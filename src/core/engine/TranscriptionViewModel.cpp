@@ -131,7 +131,7 @@ bool TranscriptionViewModel::canSave() const {
 }
 
 bool TranscriptionViewModel::canSummary() const {
-    return m_transcript.segmentCount() > 0 && !isRecording() && !m_sessionId.isEmpty();
+    return m_support.canSummary();
 }
 
 // Private setters

@@ -3,6 +3,10 @@
 target_sources(vesnara_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/rules/AudioQualityVerdict.cpp
     ${CMAKE_CURRENT_LIST_DIR}/rules/AudioQualityVerdict.h
+    ${CMAKE_CURRENT_LIST_DIR}/rules/BackendCheckRules.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/rules/BackendCheckRules.h
+    ${CMAKE_CURRENT_LIST_DIR}/rules/MemoRules.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/rules/MemoRules.h
     ${CMAKE_CURRENT_LIST_DIR}/rules/EmptyResultDiagnosis.cpp
     ${CMAKE_CURRENT_LIST_DIR}/rules/EmptyResultDiagnosis.h
     ${CMAKE_CURRENT_LIST_DIR}/rules/MixerQueues.cpp
@@ -35,6 +39,10 @@ target_sources(vesnara_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/RunStatus.h
     ${CMAKE_CURRENT_LIST_DIR}/parts/AudioSources.cpp
     ${CMAKE_CURRENT_LIST_DIR}/parts/AudioSources.h
+    ${CMAKE_CURRENT_LIST_DIR}/parts/BackendChecks.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/parts/BackendChecks.h
+    ${CMAKE_CURRENT_LIST_DIR}/parts/MemoCommand.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/parts/MemoCommand.h
     ${CMAKE_CURRENT_LIST_DIR}/parts/PartContext.h
     ${CMAKE_CURRENT_LIST_DIR}/parts/PermissionPanel.cpp
     ${CMAKE_CURRENT_LIST_DIR}/parts/PermissionPanel.h

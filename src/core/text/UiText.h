@@ -446,4 +446,47 @@ inline QString audioTestFailed(const QString& description) {
     return u"Äänitesti epäonnistui: "_s + description;
 }
 
+// Memo, update check and connection test.
+inline const QString memoGenerating = u"Muodostetaan muistio..."_s;
+inline QString memoGenerationFailed(const QString& description) {
+    return u"Muistion luonti epäonnistui: "_s + description;
+}
+/// The file name proposed for a memo whose session id cannot name a file.
+inline const QString memoDefaultFileName = u"muistio"_s;
+inline const QString memoFileFilter = u"Word-dokumentti (*.docx)"_s;
+inline QString memoSaved(const QString& fileName) {
+    return u"Muistio tallennettu: "_s + fileName;
+}
+inline const QString memoSaveFailed = u"Muistion tallennus epäonnistui"_s;
+inline const QString memoReady = u"Muistio valmis"_s;
+inline const QString updateManifestURLMissing = u"Päivitysfeed URL puuttuu"_s;
+inline const QString updateChecking = u"Tarkistetaan päivitykset..."_s;
+inline QString updateNoneNewer(const QString& runningVersion) {
+    return u"Ei uusia päivityksiä (versio "_s + runningVersion + u')';
+}
+inline QString updateAvailableOpening(const QString& version) {
+    return u"Päivitys saatavilla: "_s + version + u" (avaa lataus)"_s;
+}
+inline QString updateAvailable(const QString& version) {
+    return u"Päivitys saatavilla: "_s + version;
+}
+inline QString updateCheckFailed(const QString& description) {
+    return u"Päivitystarkistus epäonnistui: "_s + description;
+}
+inline const QString connectionTesting = u"Testataan yhteyttä..."_s;
+inline QString connectionOk(const QString& serverTime) {
+    return u"Yhteys ok ("_s + serverTime + u')';
+}
+inline const QString connectionTestFailed = u"Yhteystesti epäonnistui"_s;
+inline QString connectionError(const QString& description) {
+    return u"Yhteysvirhe: "_s + description;
+}
+inline const QString memoBackendStatusOldBackend = u"Ei tiedossa (vanha backend)"_s;
+inline QString memoBackendStatusInUseWithModel(const QString& model) {
+    return u"Käytössä ("_s + model + u')';
+}
+inline const QString memoBackendStatusInUse = u"Käytössä"_s;
+inline const QString memoBackendStatusNotConfigured = u"Ei konfiguroitu"_s;
+inline const QString memoBackendStatusConnectionError = u"Tuntematon (yhteysvirhe)"_s;
+
 } // namespace vesnara::UiText

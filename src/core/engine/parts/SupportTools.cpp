@@ -25,7 +25,14 @@ SupportTools::SupportTools(const PartContext& context, SessionTranscript& transc
     , m_status(context.status)
     , m_timing(context.timing)
     , m_recordingHoldsSources(std::move(recordingHoldsSources))
-    , m_memoAIBackendStatus(UiText::memoBackendStatusUnknown) {}
+    , m_memoAIBackendStatus(UiText::memoBackendStatusUnknown)
+    , m_memo(context, transcript)
+    , m_backendChecks(context, [this](const QString& status) {
+        if (m_memoAIBackendStatus == status)
+            return;
+        m_memoAIBackendStatus = status;
+        Q_EMIT memoAIBackendStatusChanged();
+    }) {}
 
 SupportTools::~SupportTools() {
     m_audioTestTask.cancelAndClear();

@@ -2,6 +2,8 @@
 
 #include "async/CancellationToken.h"
 #include "engine/StoredTask.h"
+#include "engine/parts/BackendChecks.h"
+#include "engine/parts/MemoCommand.h"
 #include "engine/parts/PartContext.h"
 #include "model/AudioInputMode.h"
 #include "model/Timing.h"
@@ -57,6 +59,19 @@ public:
     /// A new transcript begins: the next fallback may write its file again.
     void resetAutomaticDiagnostics() { m_hasAutoExportedFallbackDiagnostics = false; }
 
+    // Memo, update check and connection test (MemoCommand, BackendChecks)
+    /// Lines on screen, no recording, and a session to ask about.
+    bool canSummary() const { return m_memo.canSummary(); }
+    /// Has the backend write the session's memo and saves it as a Word document where the user
+    /// chooses. Silent unless `canSummary`; a second press runs beside the first.
+    Q_INVOKABLE void generateSummaryDocx() { m_memo.generateSummaryDocx(); }
+    /// Compares the running version with the update manifest and opens a newer one's download.
+    Q_INVOKABLE void checkForUpdates() { m_backendChecks.checkForUpdates(); }
+    /// Asks the backend's health and shows what it says, also in `memoAIBackendStatus`.
+    Q_INVOKABLE void testBackendConnection() { m_backendChecks.testBackendConnection(); }
+    /// The running version, "0.0.0" when the build names none.
+    Q_INVOKABLE QString currentAppVersion() const { return m_backendChecks.currentAppVersion(); }
+
 Q_SIGNALS:
     void isAudioTestRunningChanged();
     void lastDiagnosticsFileNameChanged();
@@ -86,6 +101,9 @@ private:
     QString m_memoAIBackendStatus;
     bool m_isCrashRecoveryRunning = false;
     bool m_hasAutoExportedFallbackDiagnostics = false;
+
+    MemoCommand m_memo;
+    BackendChecks m_backendChecks;
 };
 
 } // namespace vesnara
