@@ -25,7 +25,11 @@ SupportTools::SupportTools(const PartContext& context, SessionTranscript& transc
     , m_status(context.status)
     , m_timing(context.timing)
     , m_recordingHoldsSources(std::move(recordingHoldsSources))
-    , m_memoAIBackendStatus(UiText::memoBackendStatusUnknown) {}
+    , m_memoAIBackendStatus(UiText::memoBackendStatusUnknown)
+    , m_diagnostics(context, transcript) {
+    connect(&m_diagnostics, &DiagnosticsCommands::lastDiagnosticsFileNameChanged, this,
+            &SupportTools::lastDiagnosticsFileNameChanged);
+}
 
 SupportTools::~SupportTools() {
     m_audioTestTask.cancelAndClear();
@@ -143,9 +147,7 @@ void SupportTools::stopAudioTestSources() {
 
 void SupportTools::autoExportFallbackDiagnostics(const QString& trigger,
                                                  const SessionMetaResponse& sessionMeta) {
-    Q_UNUSED(trigger);
-    Q_UNUSED(sessionMeta);
-    m_hasAutoExportedFallbackDiagnostics = true;
+    m_diagnostics.autoExportFallbackDiagnostics(trigger, sessionMeta);
 }
 
 void SupportTools::setIsAudioTestRunning(bool value) {
