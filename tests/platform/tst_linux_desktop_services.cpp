@@ -3,8 +3,11 @@
 #include "support/TestFiles.h"
 
 #include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusContext>
 #include <QDir>
 #include <QFile>
+#include <QProcess>
 #include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -28,6 +31,46 @@ const QStringList kEveryProgram{
 };
 
 constexpr int kDeadlineMs = 10000;
+
+/// A file manager on the bus that records what it was asked to show, or refuses.
+class FakeFileManager final : public QObject, protected QDBusContext {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.FileManager1")
+
+public:
+    bool refuses = false;
+    QStringList shownItems;
+
+public Q_SLOTS:
+    void ShowItems(const QStringList& uris, const QString& startupId) {
+        Q_UNUSED(startupId);
+        if (refuses) {
+            sendErrorReply(QDBusError::Failed, u"no window"_s);
+            return;
+        }
+        shownItems += uris;
+    }
+};
+
+/// A private message bus of its own, ended with the test; empty address when none started.
+struct PrivateBus {
+    QProcess daemon;
+    QString address;
+
+    PrivateBus() {
+        daemon.start(u"dbus-daemon"_s,
+                     {u"--session"_s, u"--nofork"_s, u"--nopidfile"_s, u"--print-address=1"_s});
+        if (daemon.waitForStarted(kDeadlineMs) &&
+            QTest::qWaitFor([this] { return daemon.canReadLine(); }, kDeadlineMs))
+            address = QString::fromUtf8(daemon.readLine()).trimmed();
+    }
+    ~PrivateBus() {
+        daemon.kill();
+        daemon.waitForFinished(kDeadlineMs);
+    }
+    PrivateBus(const PrivateBus&) = delete;
+    PrivateBus& operator=(const PrivateBus&) = delete;
+};
 
 } // namespace
 
@@ -65,8 +108,10 @@ mv '%2.part' '%2'
     QStringList calls() const { return QDir(callsDir()).entryList(QDir::Files); }
 
     LinuxDesktopServices servicesOn(const QString& desktop) const {
-        return LinuxDesktopServices(
-            {.searchPaths = QStringList{binDir()}, .programPath = {}, .currentDesktop = desktop});
+        return LinuxDesktopServices({.searchPaths = QStringList{binDir()},
+                                     .programPath = {},
+                                     .currentDesktop = desktop,
+                                     .busAddress = {}});
     }
 
     static QString log() { return AppLog::snapshot(1 << 20); }
@@ -195,21 +240,27 @@ private Q_SLOTS:
         qputenv("PATH", QFile::encodeName(binDir()));
 
         // An empty list means no directories, not PATH.
-        QVERIFY(!LinuxDesktopServices(
-                     {.searchPaths = QStringList{}, .programPath = {}, .currentDesktop = u"XFCE"_s})
+        QVERIFY(!LinuxDesktopServices({.searchPaths = QStringList{},
+                                       .programPath = {},
+                                       .currentDesktop = u"XFCE"_s,
+                                       .busAddress = {}})
                      .openSettings(SettingsPlace::general));
         QVERIFY(calls().isEmpty());
 
-        QVERIFY(LinuxDesktopServices(
-                    {.searchPaths = {}, .programPath = {}, .currentDesktop = u"XFCE"_s})
+        QVERIFY(LinuxDesktopServices({.searchPaths = {},
+                                      .programPath = {},
+                                      .currentDesktop = u"XFCE"_s,
+                                      .busAddress = {}})
                     .openSettings(SettingsPlace::systemAudioAccess));
         QCOMPARE(waitForCall(u"pavucontrol"_s), QStringList{u"--tab=3"_s});
     }
 
     void startsANewInstanceWithTheSameArguments() {
         const QString program = installRecorder(u"vesnara"_s);
-        LinuxDesktopServices services(
-            {.searchPaths = QStringList{}, .programPath = program, .currentDesktop = {}});
+        LinuxDesktopServices services({.searchPaths = QStringList{},
+                                       .programPath = program,
+                                       .currentDesktop = {},
+                                       .busAddress = {}});
 
         QCOMPARE(services.startNewInstance(), std::nullopt);
 
@@ -221,8 +272,10 @@ private Q_SLOTS:
 
     void aNewInstanceThatCannotStartGivesTheError() {
         const QString program = m_dir->filePath(u"missing/vesnara"_s);
-        LinuxDesktopServices services(
-            {.searchPaths = QStringList{}, .programPath = program, .currentDesktop = {}});
+        LinuxDesktopServices services({.searchPaths = QStringList{},
+                                       .programPath = program,
+                                       .currentDesktop = {},
+                                       .busAddress = {}});
 
         const auto error = services.startNewInstance();
 
@@ -231,6 +284,66 @@ private Q_SLOTS:
         QVERIFY2(log().contains(u"desktop startNewInstance program=%1 "_s.arg(program)) &&
                      log().contains(u" failed error="_s),
                  qPrintable(log()));
+    }
+
+    void opensLinksWithXdgOpenWithoutAGuiApplication() {
+        installRecorder(u"xdg-open"_s);
+        const QUrl url(u"https://example.test/lataa?x=1"_s);
+        QVERIFY(servicesOn(u"GNOME"_s).openUrl(url));
+        QCOMPARE(waitForCall(u"xdg-open"_s), QStringList{url.toString(QUrl::FullyEncoded)});
+        QVERIFY(!LinuxDesktopServices({.searchPaths = QStringList{},
+                                       .programPath = {},
+                                       .currentDesktop = {},
+                                       .busAddress = {}})
+                     .openUrl(url));
+    }
+
+    // The file manager on the bus shows the file; without one, or when it refuses, the folder
+    // opens instead.
+    void revealsTheFileOrElseOpensItsFolder_data() {
+        QTest::addColumn<bool>("fileManagerPresent");
+        QTest::addColumn<bool>("fileManagerRefuses");
+        QTest::newRow("file manager shows it") << true << false;
+        QTest::newRow("no file manager") << false << false;
+        QTest::newRow("file manager refuses") << true << true;
+    }
+    void revealsTheFileOrElseOpensItsFolder() {
+        QFETCH(bool, fileManagerPresent);
+        QFETCH(bool, fileManagerRefuses);
+        PrivateBus bus;
+        if (bus.address.isEmpty())
+            QSKIP("dbus-daemon could not start");
+        installRecorder(u"xdg-open"_s);
+        const QString file = m_dir->filePath(u"vesnara-diagnoosi-1.zip"_s);
+        writeFile(file, "zip");
+
+        FakeFileManager fileManager;
+        fileManager.refuses = fileManagerRefuses;
+        QDBusConnection side = QDBusConnection::connectToBus(bus.address, u"file manager"_s);
+        const auto disconnect =
+            qScopeGuard([] { QDBusConnection::disconnectFromBus(u"file manager"_s); });
+        QVERIFY(side.isConnected());
+        if (fileManagerPresent) {
+            QVERIFY(side.registerObject(u"/org/freedesktop/FileManager1"_s, &fileManager,
+                                        QDBusConnection::ExportAllSlots));
+            QVERIFY(side.registerService(u"org.freedesktop.FileManager1"_s));
+        }
+
+        LinuxDesktopServices services({.searchPaths = QStringList{binDir()},
+                                       .programPath = {},
+                                       .currentDesktop = u"GNOME"_s,
+                                       .busAddress = bus.address});
+        QVERIFY(services.revealFile(file));
+        if (fileManagerPresent && !fileManagerRefuses) {
+            QTRY_COMPARE_WITH_TIMEOUT(fileManager.shownItems,
+                                      QStringList{QUrl::fromLocalFile(file).toString()},
+                                      kDeadlineMs);
+            QCOMPARE(calls(), QStringList{});
+        } else {
+            QCOMPARE(waitForCall(u"xdg-open"_s),
+                     QStringList{QUrl::fromLocalFile(m_dir->path()).toString()});
+            QCOMPARE(fileManager.shownItems, QStringList{});
+        }
     }
 
     // Last: it runs and ends the application's event loop.

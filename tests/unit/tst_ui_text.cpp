@@ -479,6 +479,41 @@ QList<Row> catalogue() {
          u"Ei konfiguroitu"_s},
         {"memoBackendStatusConnectionError", UiText::memoBackendStatusConnectionError,
          u"Tuntematon (yhteysvirhe)"_s},
+        // Diagnostics package
+        {"diagnosticsCollecting", UiText::diagnosticsCollecting, u"Kootaan diagnostiikka..."_s},
+        {"diagnosticsSaved", UiText::diagnosticsSaved(u"a.zip"_s),
+         u"Diagnostiikka tallennettu: a.zip"_s},
+        {"diagnosticsCancelled", UiText::diagnosticsCancelled, u"Diagnostiikka peruttu"_s},
+        {"diagnosticsSaveFailed", UiText::diagnosticsSaveFailed,
+         u"Diagnostiikan tallennus epäonnistui"_s},
+        {"diagnosticsArchiveFilter", UiText::diagnosticsArchiveFilter, u"Zip-arkisto (*.zip)"_s},
+        {"diagnosticsAutoSaved", UiText::diagnosticsAutoSaved(u"a.json"_s),
+         u"Automaattinen diagnostiikka tallennettu: a.json"_s},
+        {"diagnosticsHintSuffix", UiText::diagnosticsHintSuffix(u"a.json"_s),
+         u" (Diagnoosi: a.json)"_s},
+        {"diagnosticsNotFound", UiText::diagnosticsNotFound,
+         u"Diagnostiikkatiedostoa ei löytynyt"_s},
+        {"diagnosticsOpened", UiText::diagnosticsOpened(u"a.zip"_s), u"Avattiin: a.zip"_s},
+        {"diagnosticsRevealedApple", UiText::diagnosticsRevealedApple(u"a.zip"_s),
+         u"Näytetään Finderissa: a.zip"_s},
+        {"diagnosticsRevealed", UiText::diagnosticsRevealed(u"a.zip"_s),
+         u"Näytetään tiedostonhallinnassa: a.zip"_s},
+        {"diagnosticsTemplateCopied", UiText::diagnosticsTemplateCopied,
+         u"Tukiviestipohja kopioitu leikepöydälle"_s},
+        {"diagnosticsNoPackage", UiText::diagnosticsNoPackage, u"(ei tallennettua pakettia)"_s},
+        {"diagnosticsSupportTemplate (placeholders in arguments)",
+         UiText::diagnosticsSupportTemplate(u"%2"_s, u"s-1"_s, u"Mikrofoni"_s, u"chirp_3"_s,
+                                            u"a.zip"_s),
+         u"Hei tuki,\n\nLiitän Vesnara-diagnoosin.\n\n- Aika: %2\n- Sessio-ID: s-1\n"
+         u"- Äänilähde: Mikrofoni\n- STT-malli: chirp_3\n- Diagnostiikkapaketti: a.zip\n\n"
+         u"Kuvaus:\n[Kirjaa tähän mitä tapahtui]"_s},
+        {"diagnosticsReadme", UiText::diagnosticsReadme,
+         u"Vesnara diagnostiikkapaketti\n\nSisalto:\n"
+         u"- diagnostiikka.json (asetukset + runtime + virhetila)\n"
+         u"- transkriptio-local.txt (paikallinen tekstinakyma)\n"
+         u"- transkriptio-server.json (palvelimen transkriptidata, jos saatavilla)\n"
+         u"- sessio-meta.json (palvelimen sessiometa, jos saatavilla)\n"
+         u"- app-log.txt (sovelluksen loki)"_s},
     };
 }
 

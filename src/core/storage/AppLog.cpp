@@ -52,12 +52,17 @@ QString readSnapshot(const QString& path, qint64 maxBytes) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return {};
-    const QByteArray bytes = file.readAll();
-    if (bytes.isEmpty())
+    // Only the tail is read: a snapshot costs the same however long the log has grown.
+    const qint64 limit = std::max<qint64>(maxBytes, 0);
+    const qint64 size = file.size();
+    if (size > limit && !file.seek(size - limit))
         return {};
-    if (bytes.size() <= maxBytes)
+    const QByteArray bytes = file.read(std::min(size, limit));
+    if (size == 0 || (bytes.isEmpty() && limit > 0))
+        return {};
+    if (size <= limit)
         return decodeStrict(bytes);
-    return decodeRepairing(bytes.right(std::max<qint64>(maxBytes, 0)));
+    return decodeRepairing(bytes);
 }
 
 // The one serial queue behind every AppLog call. It lives until static destruction, which

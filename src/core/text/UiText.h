@@ -488,5 +488,49 @@ inline QString memoBackendStatusInUseWithModel(const QString& model) {
 inline const QString memoBackendStatusInUse = u"Käytössä"_s;
 inline const QString memoBackendStatusNotConfigured = u"Ei konfiguroitu"_s;
 inline const QString memoBackendStatusConnectionError = u"Tuntematon (yhteysvirhe)"_s;
+// Diagnostics package: the user's package, the automatic file after a fallback, the commands
+// that find the latest one again, and the message for support.
+inline const QString diagnosticsCollecting = u"Kootaan diagnostiikka..."_s;
+inline QString diagnosticsSaved(const QString& fileName) {
+    return u"Diagnostiikka tallennettu: "_s + fileName;
+}
+inline const QString diagnosticsCancelled = u"Diagnostiikka peruttu"_s;
+inline const QString diagnosticsSaveFailed = u"Diagnostiikan tallennus epäonnistui"_s;
+inline const QString diagnosticsArchiveFilter = u"Zip-arkisto (*.zip)"_s;
+inline QString diagnosticsAutoSaved(const QString& fileName) {
+    return u"Automaattinen diagnostiikka tallennettu: "_s + fileName;
+}
+/// Appended to a hint already shown.
+inline QString diagnosticsHintSuffix(const QString& fileName) {
+    return u" (Diagnoosi: "_s + fileName + u')';
+}
+inline const QString diagnosticsNotFound = u"Diagnostiikkatiedostoa ei löytynyt"_s;
+inline QString diagnosticsOpened(const QString& fileName) {
+    return u"Avattiin: "_s + fileName;
+}
+inline QString diagnosticsRevealedApple(const QString& fileName) {
+    return u"Näytetään Finderissa: "_s + fileName;
+}
+inline QString diagnosticsRevealed(const QString& fileName) {
+    return u"Näytetään tiedostonhallinnassa: "_s + fileName;
+}
+inline const QString diagnosticsTemplateCopied = u"Tukiviestipohja kopioitu leikepöydälle"_s;
+inline const QString diagnosticsNoPackage = u"(ei tallennettua pakettia)"_s;
+/// The support message; `sessionId` "-" when there is none.
+inline QString diagnosticsSupportTemplate(const QString& time, const QString& sessionId,
+                                          const QString& source, const QString& model,
+                                          const QString& packageName) {
+    return u"Hei tuki,\n\nLiitän Vesnara-diagnoosin.\n\n- Aika: %1\n- Sessio-ID: %2\n"
+           "- Äänilähde: %3\n- STT-malli: %4\n- Diagnostiikkapaketti: %5\n\nKuvaus:\n"
+           "[Kirjaa tähän mitä tapahtui]"_s.arg(time, sessionId, source, model, packageName);
+}
+/// The package's README, without umlauts and without a line end after the last line.
+inline const QString diagnosticsReadme =
+    u"Vesnara diagnostiikkapaketti\n\nSisalto:\n"
+    "- diagnostiikka.json (asetukset + runtime + virhetila)\n"
+    "- transkriptio-local.txt (paikallinen tekstinakyma)\n"
+    "- transkriptio-server.json (palvelimen transkriptidata, jos saatavilla)\n"
+    "- sessio-meta.json (palvelimen sessiometa, jos saatavilla)\n"
+    "- app-log.txt (sovelluksen loki)"_s;
 
 } // namespace vesnara::UiText

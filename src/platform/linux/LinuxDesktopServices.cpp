@@ -3,7 +3,14 @@
 #include "storage/AppLog.h"
 
 #include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusReply>
+#include <QDesktopServices>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QMetaObject>
 #include <QProcess>
 #include <QStandardPaths>
@@ -93,6 +100,27 @@ QList<Candidate> candidatesFor(SettingsPlace place, const QString& currentDeskto
     return list;
 }
 
+const QString kFileManagerService = u"org.freedesktop.FileManager1"_s;
+// A file manager that is started for the call may take a while to come up.
+constexpr int kShowItemsTimeoutMs = 10000;
+
+QDBusConnection busAt(const QString& address) {
+    if (address.isEmpty())
+        return QDBusConnection::sessionBus();
+    return QDBusConnection::connectToBus(address, u"vesnara-desktop "_s + address);
+}
+
+// Running, or startable on demand by the bus.
+bool hasFileManager(const QDBusConnection& bus) {
+    const QDBusConnectionInterface* names = bus.interface();
+    if (!names)
+        return false;
+    if (names->isServiceRegistered(kFileManagerService).value())
+        return true;
+    const QDBusReply<QStringList> activatable = names->activatableServiceNames();
+    return activatable.isValid() && activatable.value().contains(kFileManagerService);
+}
+
 enum class Output { inherited, discarded };
 
 std::optional<QString> startDetached(const QString& program, const QStringList& arguments,
@@ -146,13 +174,41 @@ bool LinuxDesktopServices::openSettings(SettingsPlace place) {
     return false;
 }
 
-bool LinuxDesktopServices::openUrl(const QUrl& url) {
-    const QString opener = findProgram(u"xdg-open"_s);
+bool LinuxDesktopServices::openWith(const QUrl& url, const QString& opener) {
+    if (qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
+        return QDesktopServices::openUrl(url);
     return !opener.isEmpty() && QProcess::startDetached(opener, {url.toString(QUrl::FullyEncoded)});
 }
 
+bool LinuxDesktopServices::openUrl(const QUrl& url) {
+    return openWith(url, findProgram(u"xdg-open"_s));
+}
+
 bool LinuxDesktopServices::revealFile(const QString& filePath) {
-    return openUrl(QUrl::fromLocalFile(QFileInfo(filePath).absolutePath()));
+    const QFileInfo file(filePath);
+    const QUrl folder = QUrl::fromLocalFile(file.absolutePath());
+    const QString opener = findProgram(u"xdg-open"_s);
+    QDBusConnection bus = busAt(m_environment.busAddress);
+    if (!bus.isConnected() || !hasFileManager(bus)) {
+        AppLog::write(u"desktop revealFile fileManager=none"_s);
+        return openWith(folder, opener);
+    }
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(kFileManagerService, u"/org/freedesktop/FileManager1"_s,
+                                       kFileManagerService, u"ShowItems"_s);
+    call << QStringList{QUrl::fromLocalFile(file.absoluteFilePath()).toString()} << QString();
+    // Asked without waiting: a slow file manager must not hold up the screen.
+    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(call, kShowItemsTimeoutMs));
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
+                     [folder, opener](QDBusPendingCallWatcher* answer) {
+                         answer->deleteLater();
+                         if (!answer->isError())
+                             return;
+                         AppLog::write(u"desktop revealFile fileManager failed error=%1"_s.arg(
+                             answer->error().name()));
+                         openWith(folder, opener);
+                     });
+    return true;
 }
 
 std::optional<QString> LinuxDesktopServices::startNewInstance() {

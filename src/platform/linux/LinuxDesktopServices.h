@@ -14,6 +14,11 @@ namespace vesnara {
 /// mixer that runs anywhere (pavucontrol, which can open the matching tab, or pavucontrol-qt),
 /// else Plasma's page outside Plasma. A program counts when it is found and starts; whether its
 /// window then appears is not known here.
+///
+/// Links and files open through the desktop's handler (Qt's, which uses the OpenURI portal in a
+/// sandbox) when a GUI application runs, else through xdg-open. A file is shown selected by the
+/// file manager's `org.freedesktop.FileManager1.ShowItems` over D-Bus; without such a file
+/// manager, or when it refuses, its folder is opened instead.
 class LinuxDesktopServices final : public DesktopServices {
 public:
     /// What the services look at; each part has the running system's value by default.
@@ -24,6 +29,9 @@ public:
         QString programPath;
         /// `XDG_CURRENT_DESKTOP`'s form (`ubuntu:GNOME`); nothing means the variable itself.
         std::optional<QString> currentDesktop;
+        /// The D-Bus bus where the file manager is asked to show a file; empty means the
+        /// session bus.
+        QString busAddress;
     };
 
     explicit LinuxDesktopServices(Environment environment = {});
@@ -36,6 +44,8 @@ public:
 
 private:
     QString findProgram(const QString& name) const;
+    /// Opens `url` with the desktop's handler, else with `opener` (xdg-open; empty for none).
+    static bool openWith(const QUrl& url, const QString& opener);
 
     Environment m_environment;
 };

@@ -27,12 +27,17 @@ SupportTools::SupportTools(const PartContext& context, SessionTranscript& transc
     , m_recordingHoldsSources(std::move(recordingHoldsSources))
     , m_memoAIBackendStatus(UiText::memoBackendStatusUnknown)
     , m_memo(context, transcript)
-    , m_backendChecks(context, [this](const QString& status) {
-        if (m_memoAIBackendStatus == status)
-            return;
-        m_memoAIBackendStatus = status;
-        Q_EMIT memoAIBackendStatusChanged();
-    }) {}
+    , m_backendChecks(context,
+                      [this](const QString& status) {
+                          if (m_memoAIBackendStatus == status)
+                              return;
+                          m_memoAIBackendStatus = status;
+                          Q_EMIT memoAIBackendStatusChanged();
+                      })
+    , m_diagnostics(context, transcript) {
+    connect(&m_diagnostics, &DiagnosticsCommands::lastDiagnosticsFileNameChanged, this,
+            &SupportTools::lastDiagnosticsFileNameChanged);
+}
 
 SupportTools::~SupportTools() {
     m_audioTestTask.cancelAndClear();
@@ -150,9 +155,7 @@ void SupportTools::stopAudioTestSources() {
 
 void SupportTools::autoExportFallbackDiagnostics(const QString& trigger,
                                                  const SessionMetaResponse& sessionMeta) {
-    Q_UNUSED(trigger);
-    Q_UNUSED(sessionMeta);
-    m_hasAutoExportedFallbackDiagnostics = true;
+    m_diagnostics.autoExportFallbackDiagnostics(trigger, sessionMeta);
 }
 
 void SupportTools::setIsAudioTestRunning(bool value) {

@@ -4,6 +4,7 @@
 #include "engine/StoredTask.h"
 #include "engine/parts/BackendChecks.h"
 #include "engine/parts/MemoCommand.h"
+#include "engine/diagnostics/DiagnosticsCommands.h"
 #include "engine/parts/PartContext.h"
 #include "model/AudioInputMode.h"
 #include "model/Timing.h"
@@ -43,7 +44,9 @@ public:
     ~SupportTools() override;
 
     bool isAudioTestRunning() const { return m_isAudioTestRunning; }
-    const QString& lastDiagnosticsFileName() const { return m_lastDiagnosticsFileName; }
+    const QString& lastDiagnosticsFileName() const {
+        return m_diagnostics.lastDiagnosticsFileName();
+    }
     const QString& memoAIBackendStatus() const { return m_memoAIBackendStatus; }
     bool isCrashRecoveryRunning() const { return m_isCrashRecoveryRunning; }
 
@@ -52,12 +55,28 @@ public:
     /// Refused while a recording starts or runs; ignored while a test runs.
     Q_INVOKABLE void runAudioQualityTest();
 
-    /// Writes a diagnostics file by itself after a source fallback, once per transcript. Comes
-    /// with the diagnostics package; today it only remembers that it was asked.
+    /// Writes the diagnostics as JSON into Downloads by itself after a source fallback, once
+    /// per transcript; a failure is only logged.
     void autoExportFallbackDiagnostics(const QString& trigger,
                                        const SessionMetaResponse& sessionMeta);
     /// A new transcript begins: the next fallback may write its file again.
-    void resetAutomaticDiagnostics() { m_hasAutoExportedFallbackDiagnostics = false; }
+    void resetAutomaticDiagnostics() { m_diagnostics.resetAutomaticExport(); }
+
+    // Diagnostics package
+    /// Makes the package (settings with the key masked, the engine's state, the server's view of
+    /// the session, the transcript, the log's tail) and saves it where the panel says.
+    Q_INVOKABLE void exportDiagnosticsPackage() { m_diagnostics.exportDiagnosticsPackage(); }
+    /// Opens the latest package of this run, or else the newest one in Downloads.
+    Q_INVOKABLE void openLatestDiagnostics() { m_diagnostics.openLatestDiagnostics(); }
+    /// Shows that file selected in the file manager.
+    Q_INVOKABLE void revealLatestDiagnosticsInFileManager() {
+        m_diagnostics.revealLatestDiagnostics();
+    }
+    /// Puts a message for support, naming that file, on the clipboard.
+    Q_INVOKABLE void copyDiagnosticsSupportTemplate() {
+        m_diagnostics.copyDiagnosticsSupportTemplate();
+    }
+    DiagnosticsCommands& diagnostics() { return m_diagnostics; }
 
     // Memo, update check and connection test (MemoCommand, BackendChecks)
     /// Lines on screen, no recording, and a session to ask about.
@@ -97,13 +116,12 @@ private:
     StoredTask m_audioTestTask;
 
     bool m_isAudioTestRunning = false;
-    QString m_lastDiagnosticsFileName;
     QString m_memoAIBackendStatus;
     bool m_isCrashRecoveryRunning = false;
-    bool m_hasAutoExportedFallbackDiagnostics = false;
 
     MemoCommand m_memo;
     BackendChecks m_backendChecks;
+    DiagnosticsCommands m_diagnostics;
 };
 
 } // namespace vesnara
