@@ -83,6 +83,7 @@ TranscriptionViewModel::TranscriptionViewModel(Dependencies dependencies, QObjec
     connect(&m_transcript, &SessionTranscript::transcriptCleared, this, [this] {
         setSessionId({});
         resetPauseTracking();
+        m_support.resetAutomaticDiagnostics();
     });
     m_sources.refreshInputDevices();
 }
