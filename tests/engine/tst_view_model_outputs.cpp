@@ -145,6 +145,10 @@ void TstViewModelOutputs::pinsAreAddedOnlyWhileRecording() {
     QCOMPARE(transcript.pins().last().label, UiText::pinKindRevisit);
 
     vm.stopRecording();
+    // The finishing stop still saves what the screen shows: it is neither cleared nor replaced.
+    QCOMPARE(vm.runState(), RecordingRunState::finishing);
+    transcript.clearTranscript();
+    QCOMPARE(transcript.pinCount(), 2);
     QTRY_VERIFY_WITH_TIMEOUT(vm.runState() == RecordingRunState::idle, kEngineWaitMs);
     transcript.addRevisitPin();
     QCOMPARE(transcript.pinCount(), 2);

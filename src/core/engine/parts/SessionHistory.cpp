@@ -82,8 +82,14 @@ bool SessionHistory::isRecording() const {
     return flagsOf(m_context->run.runState()).isRecording;
 }
 
+bool SessionHistory::holdsTheScreen() const {
+    // A start fills the screen with its own lines, and a stop that is finishing still saves
+    // and exports what the screen shows: neither may have it replaced underneath.
+    return m_context->run.runState() != RecordingRunState::idle;
+}
+
 void SessionHistory::loadSelectedSession() {
-    if (!m_context || isRecording() || m_selectedSessionHistoryId.isEmpty())
+    if (!m_context || holdsTheScreen() || m_selectedSessionHistoryId.isEmpty())
         return;
     const std::optional<SavedSession> session = savedSession(m_selectedSessionHistoryId);
     if (!session)
@@ -95,7 +101,7 @@ void SessionHistory::loadSelectedSession() {
 }
 
 void SessionHistory::loadSession(const QString& id) {
-    if (!m_context || isRecording())
+    if (!m_context || holdsTheScreen())
         return;
     setSelectedSessionHistoryId(id);
     loadSelectedSession();

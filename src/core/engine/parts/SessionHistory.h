@@ -55,10 +55,10 @@ public:
     /// description, nothing on success.
     std::optional<QString> rewriteSession(const SavedSession& session, const QString& sessionId);
 
-    /// Opens the selected session on screen (not while recording); one that does not read
-    /// leaves the screen as it was, silently.
+    /// Opens the selected session on screen (only while no recording starts, runs or
+    /// finishes); one that does not read leaves the screen as it was, silently.
     Q_INVOKABLE void loadSelectedSession();
-    /// Selects `id` and opens it (not while recording).
+    /// Selects `id` and opens it (under the same condition).
     Q_INVOKABLE void loadSession(const QString& id);
     /// Deletes the session on the server, then here; a refusal by the server only changes the
     /// final text. The transcript on screen stays.
@@ -73,6 +73,8 @@ Q_SIGNALS:
 
 private:
     bool isRecording() const;
+    /// A recording's run owns what the screen shows: it is starting, running or finishing.
+    bool holdsTheScreen() const;
     QCoro::Task<> runDeleteSession(QString id, STTConfiguration config, STTAPIClient apiClient);
     QCoro::Task<> runDeleteAllSessions(QStringList ids, STTConfiguration config,
                                        STTAPIClient apiClient);

@@ -222,7 +222,8 @@ void SessionTranscript::copySessionIdToClipboard() {
 }
 
 void SessionTranscript::clearTranscript() {
-    if (flagsOf(m_context.run.runState()).isRecording)
+    // Not while a run owns the screen: a stop that is finishing still saves what it shows.
+    if (m_context.run.runState() != RecordingRunState::idle)
         return;
     clear();
     m_context.status.setDiagnosticHint({});

@@ -110,8 +110,8 @@ public:
     Q_INVOKABLE void saveTranscript();
     Q_INVOKABLE void copyTranscriptToClipboard();
     Q_INVOKABLE void copySessionIdToClipboard();
-    /// Empties the screen after a recording (not during one): lines, pins, selection, the hint
-    /// and the session id; files and the history stay.
+    /// Empties the screen after a recording (not while one starts, runs or finishes): lines,
+    /// pins, selection, the hint and the session id; files and the history stay.
     Q_INVOKABLE void clearTranscript();
     /// Shows a saved session: its lines and pins by time, the pins linked anew in memory, no
     /// selection, no interim line.
