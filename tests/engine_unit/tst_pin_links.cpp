@@ -1,28 +1,14 @@
 // Which line a pin belongs to: the nearest within 30 seconds, the earliest on a tie.
 #include "engine/rules/PinLinks.h"
 
+#include "PinTestLines.h"
+
 #include <QRandomGenerator>
 #include <QTest>
 
 using namespace vesnara;
+using namespace vesnara::test;
 using namespace Qt::StringLiterals;
-
-namespace {
-
-TranscriptSegment lineAt(double seconds) {
-    return {QUuid::createUuid(), u"rivi"_s,
-            Timestamp::fromSecondsSinceReferenceDate(800000000.0 + seconds), std::nullopt};
-}
-
-TranscriptPin pinAt(double seconds, std::optional<QUuid> link = std::nullopt) {
-    TranscriptPin pin;
-    pin.id = QUuid::createUuid();
-    pin.timestamp = Timestamp::fromSecondsSinceReferenceDate(800000000.0 + seconds);
-    pin.linkedSegmentId = link;
-    return pin;
-}
-
-} // namespace
 
 class TstPinLinks : public QObject {
     Q_OBJECT

@@ -514,6 +514,42 @@ QList<Row> catalogue() {
          u"- transkriptio-server.json (palvelimen transkriptidata, jos saatavilla)\n"
          u"- sessio-meta.json (palvelimen sessiometa, jos saatavilla)\n"
          u"- app-log.txt (sovelluksen loki)"_s},
+
+        // Pins, transcript exports and the session history commands.
+        {"statusPinAdded", UiText::statusPinAdded(u"Palaa tähän"_s),
+         u"Pinni lisätty: Palaa tähän"_s},
+        {"statusPinDeleted", UiText::statusPinDeleted, u"Pinni poistettu"_s},
+        {"statusPinRenamed", UiText::statusPinRenamed(u"Budjetti"_s), u"Pinni nimetty: Budjetti"_s},
+        {"promptRenamePinTitle", UiText::promptRenamePinTitle, u"Nimeä pinni"_s},
+        {"promptRenamePinText", UiText::promptRenamePinText, u"Anna pinnille kuvaava nimi."_s},
+        {"exportPinHeading", UiText::exportPinHeading, u"Pinnatut kohdat:"_s},
+        {"exportDefaultFileName", UiText::exportDefaultFileName, u"transkriptio"_s},
+        {"statusTranscriptSaved", UiText::statusTranscriptSaved(u"abc123.txt"_s),
+         u"Tallennettu: abc123.txt"_s},
+        {"statusTranscriptSaveFailed", UiText::statusTranscriptSaveFailed,
+         u"Tallennus epäonnistui"_s},
+        {"statusAutoExported", UiText::statusAutoExported(u"abc123-20260304-111510.txt"_s),
+         u"Auto-export: abc123-20260304-111510.txt"_s},
+        {"statusAutoExportFailed", UiText::statusAutoExportFailed, u"Auto-export epäonnistui"_s},
+        {"statusCopiedToClipboard", UiText::statusCopiedToClipboard, u"Kopioitu leikepöydälle"_s},
+        {"statusSessionIdCopied", UiText::statusSessionIdCopied, u"Sessio-ID kopioitu"_s},
+        {"statusTranscriptCleared", UiText::statusTranscriptCleared, u"Tyhjennetty"_s},
+        {"statusSessionLoaded", UiText::statusSessionLoaded, u"Sessio ladattu"_s},
+        {"statusDeletingSession", UiText::statusDeletingSession, u"Poistetaan sessio..."_s},
+        {"statusSessionDeleteFailed", UiText::statusSessionDeleteFailed,
+         u"Session poisto epäonnistui"_s},
+        {"statusSessionDeleted", UiText::statusSessionDeleted,
+         u"Sessio poistettu (myös palvelimelta)"_s},
+        {"statusSessionDeletedLocally", UiText::statusSessionDeletedLocally,
+         u"Sessio poistettu paikallisesti (palvelinpoisto epäonnistui)"_s},
+        {"statusDeletingAllSessions", UiText::statusDeletingAllSessions,
+         u"Poistetaan kaikki sessiot..."_s},
+        {"statusSessionsDeleteFailed", UiText::statusSessionsDeleteFailed,
+         u"Sessioiden poisto epäonnistui"_s},
+        {"statusAllSessionsDeleted", UiText::statusAllSessionsDeleted,
+         u"Kaikki sessiot poistettu (myös palvelimelta)"_s},
+        {"statusAllSessionsDeletedLocally", UiText::statusAllSessionsDeletedLocally(2),
+         u"Kaikki sessiot poistettu paikallisesti (2 palvelinpoistoa epäonnistui)"_s},
     };
 }
 

@@ -76,6 +76,15 @@ TranscriptionViewModel::TranscriptionViewModel(Dependencies dependencies, QObjec
             &TranscriptionViewModel::commandAvailabilityChanged);
     connect(&m_transcript, &SessionTranscript::pinsChanged, this,
             &TranscriptionViewModel::commandAvailabilityChanged);
+    // The history opens sessions into the transcript; what session the screen shows is the run's.
+    m_history.attach(m_partContext, m_transcript);
+    connect(&m_transcript, &SessionTranscript::savedSessionShown, this,
+            [this](const QString& id) { setSessionId(id); });
+    connect(&m_transcript, &SessionTranscript::transcriptCleared, this, [this] {
+        setSessionId({});
+        resetPauseTracking();
+        m_support.resetAutomaticDiagnostics();
+    });
     m_sources.refreshInputDevices();
 }
 

@@ -62,3 +62,19 @@ target_sources(vesnara_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/StoredTask.h
 )
 include(${CMAKE_CURRENT_LIST_DIR}/diagnostics/sources.cmake)
+
+# Pins, transcript exports and the history commands: the pure rules and the command flows.
+target_sources(vesnara_core PRIVATE
+    ${CMAKE_CURRENT_LIST_DIR}/export/ExportFileNames.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/export/ExportFileNames.h
+    ${CMAKE_CURRENT_LIST_DIR}/export/TextFileWriting.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/export/TextFileWriting.h
+    ${CMAKE_CURRENT_LIST_DIR}/export/TranscriptFormats.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/export/TranscriptFormats.h
+    ${CMAKE_CURRENT_LIST_DIR}/rules/PinHighlights.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/rules/PinHighlights.h
+    ${CMAKE_CURRENT_LIST_DIR}/parts/PinCommands.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/parts/PinCommands.h
+    ${CMAKE_CURRENT_LIST_DIR}/parts/TranscriptExports.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/parts/TranscriptExports.h
+)

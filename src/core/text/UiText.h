@@ -532,5 +532,41 @@ inline const QString diagnosticsReadme =
     "- transkriptio-server.json (palvelimen transkriptidata, jos saatavilla)\n"
     "- sessio-meta.json (palvelimen sessiometa, jos saatavilla)\n"
     "- app-log.txt (sovelluksen loki)"_s;
+// Pins, transcript exports and the session history commands.
+inline QString statusPinAdded(const QString& label) {
+    return u"Pinni lisätty: "_s + label;
+}
+inline const QString statusPinDeleted = u"Pinni poistettu"_s;
+inline QString statusPinRenamed(const QString& label) {
+    return u"Pinni nimetty: "_s + label;
+}
+inline const QString promptRenamePinTitle = u"Nimeä pinni"_s;
+inline const QString promptRenamePinText = u"Anna pinnille kuvaava nimi."_s;
+inline const QString exportPinHeading = u"Pinnatut kohdat:"_s;
+inline const QString exportDefaultFileName = u"transkriptio"_s;
+inline QString statusTranscriptSaved(const QString& fileName) {
+    return u"Tallennettu: "_s + fileName;
+}
+inline const QString statusTranscriptSaveFailed = u"Tallennus epäonnistui"_s;
+inline QString statusAutoExported(const QString& fileName) {
+    return u"Auto-export: "_s + fileName;
+}
+inline const QString statusAutoExportFailed = u"Auto-export epäonnistui"_s;
+inline const QString statusCopiedToClipboard = u"Kopioitu leikepöydälle"_s;
+inline const QString statusSessionIdCopied = u"Sessio-ID kopioitu"_s;
+inline const QString statusTranscriptCleared = u"Tyhjennetty"_s;
+inline const QString statusSessionLoaded = u"Sessio ladattu"_s;
+inline const QString statusDeletingSession = u"Poistetaan sessio..."_s;
+inline const QString statusSessionDeleteFailed = u"Session poisto epäonnistui"_s;
+inline const QString statusSessionDeleted = u"Sessio poistettu (myös palvelimelta)"_s;
+inline const QString statusSessionDeletedLocally =
+    u"Sessio poistettu paikallisesti (palvelinpoisto epäonnistui)"_s;
+inline const QString statusDeletingAllSessions = u"Poistetaan kaikki sessiot..."_s;
+inline const QString statusSessionsDeleteFailed = u"Sessioiden poisto epäonnistui"_s;
+inline const QString statusAllSessionsDeleted = u"Kaikki sessiot poistettu (myös palvelimelta)"_s;
+inline QString statusAllSessionsDeletedLocally(int serverFailures) {
+    return u"Kaikki sessiot poistettu paikallisesti ("_s + QString::number(serverFailures) +
+           u" palvelinpoistoa epäonnistui)"_s;
+}
 
 } // namespace vesnara::UiText

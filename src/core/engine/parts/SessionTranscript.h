@@ -1,9 +1,13 @@
 #pragma once
 
+#include "engine/export/TranscriptFormats.h"
 #include "engine/models/TranscriptPinListModel.h"
 #include "engine/models/TranscriptSegmentListModel.h"
 #include "engine/parts/PartContext.h"
+#include "engine/parts/PinCommands.h"
+#include "engine/parts/TranscriptExports.h"
 #include "engine/rules/TranscriptMerge.h"
+#include "model/SavedSession.h"
 #include "model/TranscriptPin.h"
 
 #include <QList>
@@ -67,9 +71,51 @@ public:
     void setHighlightedPinId(std::optional<QUuid> id);
     /// Empties everything: lines, interim line, pins, selection and light.
     void clear();
-    /// Writes the transcript out after a stop when the user asked for it. Comes with the
-    /// exports; does nothing yet.
+    /// Writes the transcript into Downloads after a stop when the user asked for it.
     void autoExportAfterStopIfEnabled();
+
+    // Pins
+    /// The pin with `id`, or null.
+    const TranscriptPin* pin(const QUuid& id) const;
+    /// Adds a new pin, linked to its nearest line within reach.
+    void insertPin(TranscriptPin pin);
+    /// Removes every pin with `id`; the selection and the light of that pin go too. True when
+    /// one was removed.
+    bool removePin(const QUuid& id);
+    /// Gives the pin a new label. False for an unknown id.
+    bool relabelPin(const QUuid& id, const QString& label);
+    Q_INVOKABLE void addPin(vesnara::TranscriptPinKind kind, const QString& label,
+                            const QString& note);
+    /// The button's pin: "revisit", the kind's label, no note.
+    Q_INVOKABLE void addRevisitPin();
+    /// The commands below take the id as the list gives it (upper case, no braces); an id that
+    /// does not read is unknown.
+    Q_INVOKABLE void selectPin(const QString& id);
+    Q_INVOKABLE void deletePin(const QString& id);
+    Q_INVOKABLE void renamePin(const QString& id, const QString& label);
+    Q_INVOKABLE void promptRenamePin(const QString& id);
+    void selectPin(const QUuid& id) { m_pinCommands.selectPin(id); }
+    void deletePin(const QUuid& id) { m_pinCommands.deletePin(id); }
+    void renamePin(const QUuid& id, const QString& label) { m_pinCommands.renamePin(id, label); }
+    void promptRenamePin(const QUuid& id) { m_pinCommands.promptRenamePin(id); }
+    void persistPinsForLoadedSessionIfNeeded() {
+        m_pinCommands.persistPinsForLoadedSessionIfNeeded();
+    }
+    /// The line the screen scrolls to for a pin: its nearest at any distance; empty for none.
+    Q_INVOKABLE QString nearestSegmentIdForPin(const QString& pinId) const;
+
+    // Exports
+    /// The transcript on screen as an export sees it.
+    TranscriptExportInput exportInput() const;
+    Q_INVOKABLE void saveTranscript();
+    Q_INVOKABLE void copyTranscriptToClipboard();
+    Q_INVOKABLE void copySessionIdToClipboard();
+    /// Empties the screen after a recording (not while one starts, runs or finishes): lines,
+    /// pins, selection, the hint and the session id; files and the history stay.
+    Q_INVOKABLE void clearTranscript();
+    /// Shows a saved session: its lines and pins by time, the pins linked anew in memory, no
+    /// selection, no interim line.
+    void showSavedSession(const SavedSession& session);
 
 Q_SIGNALS:
     /// The lines changed: the text, its word count and the count may read differently.
@@ -78,13 +124,22 @@ Q_SIGNALS:
     void interimTextChanged();
     void selectedPinIdChanged();
     void highlightedPinIdChanged();
+    /// The screen was emptied by the user: the session on screen is none.
+    void transcriptCleared();
+    /// A saved session is now on screen.
+    void savedSessionShown(const QString& sessionId);
 
 private:
+    /// Lights the lines of the active pin, found in one pass.
+    void updateSegmentHighlights();
+
     const PartContext& m_context;
     TranscriptSegmentListModel m_segments;
     TranscriptPinListModel m_pinModel;
     QList<TranscriptPin> m_pins;
     QString m_interimText;
+    PinCommands m_pinCommands;
+    TranscriptExports m_exports;
 };
 
 } // namespace vesnara
