@@ -98,10 +98,9 @@ TranscriptionViewModel::~TranscriptionViewModel() {
     systemAudio.onPCMFrame = {};
     systemAudio.onRawAudioSample = {};
     systemAudio.stopAsync();
-    for (StoredTask* task :
-         {&m_transcriptPollTask, &m_sessionMetaPollTask, &m_audioKeepAliveTask,
-          &m_microphoneLivenessTask, &m_pauseTickerTask, &m_startRecordingTimeoutTask,
-          &m_resumeRecordingTimeoutTask, &m_pinHighlightTask})
+    for (StoredTask* task : {&m_transcriptPollTask, &m_sessionMetaPollTask, &m_audioKeepAliveTask,
+                             &m_microphoneLivenessTask, &m_pauseTickerTask,
+                             &m_startRecordingTimeoutTask, &m_resumeRecordingTimeoutTask})
         task->cancelAndClear();
     if (m_webSocketClient)
         m_webSocketClient->close();

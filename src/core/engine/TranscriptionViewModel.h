@@ -426,7 +426,6 @@ private:
     StoredTask m_pauseTickerTask;
     StoredTask m_startRecordingTimeoutTask;
     StoredTask m_resumeRecordingTimeoutTask;
-    StoredTask m_pinHighlightTask;
 
     // Identities: a step whose captured value differs from the field is stale.
     QUuid m_startAttemptID;

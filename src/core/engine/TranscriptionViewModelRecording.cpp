@@ -42,7 +42,6 @@ void TranscriptionViewModel::startRecording() {
     setStatusText(UiText::statusConnecting);
     setRunState(RecordingRunState::starting);
     m_transcript.clear();
-    m_pinHighlightTask.cancelAndClear();
 
     m_transcriptPollTask.cancelAndClear();
     m_sessionMetaPollTask.cancelAndClear();

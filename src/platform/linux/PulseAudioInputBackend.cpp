@@ -57,13 +57,9 @@ PulseAudioInputBackend::~PulseAudioInputBackend() {
 
 AudioInputDeviceListing PulseAudioInputBackend::listInputDevices() {
     AudioInputDeviceListing listing;
-    if (auto error = m_context->ensureConnected()) {
+    PulseSnapshot snapshot;
+    if (auto error = m_context->connectedSnapshot(snapshot)) {
         listing.error = std::move(error);
-        return listing;
-    }
-    const auto snapshot = m_context->snapshot();
-    if (!snapshot.isConnected) { // lost since
-        listing.error = PulseContext::ownError(2, u"not connected to the sound server"_s);
         return listing;
     }
     for (const auto& source : snapshot.sources) {

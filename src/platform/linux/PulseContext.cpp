@@ -135,6 +135,15 @@ std::optional<AudioBackendError> PulseContext::connectionErrorLocked() const {
     return contextError();
 }
 
+std::optional<AudioBackendError> PulseContext::connectedSnapshot(PulseSnapshot& out) {
+    if (auto error = ensureConnected())
+        return error;
+    out = snapshot();
+    if (!out.isConnected) // lost since
+        return ownError(2, u"not connected to the sound server"_s);
+    return std::nullopt;
+}
+
 std::optional<AudioBackendError> PulseContext::ensureConnected() {
     if (!m_loop)
         return contextError();

@@ -61,6 +61,9 @@ public:
     /// reports.
     std::optional<AudioBackendError> ensureConnected();
 
+    /// `ensureConnected`, then the state into `out` when still connected; the listings start here.
+    std::optional<AudioBackendError> connectedSnapshot(PulseSnapshot& out);
+
     /// Waits at most `limit` for a connection whose first listing is complete, connecting anew
     /// when the last one failed; gives the reason when there is none. It waits on the server:
     /// for worker threads, never the main thread. At once on the loop thread, which cannot wait

@@ -216,13 +216,9 @@ PulseSystemAudioBackend::~PulseSystemAudioBackend() {
 
 SystemAudioContent PulseSystemAudioBackend::shareableContent() {
     SystemAudioContent content;
-    if (auto error = m_context->ensureConnected()) {
+    PulseSnapshot snapshot;
+    if (auto error = m_context->connectedSnapshot(snapshot)) {
         content.error = std::move(error);
-        return content;
-    }
-    const auto snapshot = m_context->snapshot();
-    if (!snapshot.isConnected) { // lost since
-        content.error = PulseContext::ownError(2, u"not connected to the sound server"_s);
         return content;
     }
     for (const auto& sink : snapshot.sinks)

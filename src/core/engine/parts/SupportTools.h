@@ -2,9 +2,9 @@
 
 #include "async/CancellationToken.h"
 #include "engine/StoredTask.h"
+#include "engine/diagnostics/DiagnosticsCommands.h"
 #include "engine/parts/BackendChecks.h"
 #include "engine/parts/MemoCommand.h"
-#include "engine/diagnostics/DiagnosticsCommands.h"
 #include "engine/parts/PartContext.h"
 #include "model/AudioInputMode.h"
 #include "model/Timing.h"
