@@ -76,6 +76,8 @@ TranscriptionViewModel::TranscriptionViewModel(Dependencies dependencies, QObjec
             &TranscriptionViewModel::commandAvailabilityChanged);
     connect(&m_transcript, &SessionTranscript::pinsChanged, this,
             &TranscriptionViewModel::commandAvailabilityChanged);
+    connect(this, &TranscriptionViewModel::runStateChanged, &m_support,
+            &SupportTools::handleRunStateChanged);
     m_sources.refreshInputDevices();
 }
 

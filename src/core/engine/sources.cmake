@@ -53,3 +53,4 @@ target_sources(vesnara_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/StoredTask.cpp
     ${CMAKE_CURRENT_LIST_DIR}/StoredTask.h
 )
+include("${CMAKE_CURRENT_LIST_DIR}/recovery.cmake")

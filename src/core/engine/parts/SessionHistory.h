@@ -28,6 +28,8 @@ public:
     const QList<SavedSessionListItem>& sessionHistory() const { return m_sessions.items(); }
     const QString& selectedSessionHistoryId() const { return m_selectedSessionHistoryId; }
     const SessionHistoryStore& store() const { return m_store; }
+    /// For the writers other than the stop (crash recovery); they list again afterwards.
+    SessionHistoryStore& store() { return m_store; }
 
     /// Lists the saved sessions again, newest first.
     Q_INVOKABLE void refreshSessionHistory();

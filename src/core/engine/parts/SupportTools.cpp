@@ -25,7 +25,12 @@ SupportTools::SupportTools(const PartContext& context, SessionTranscript& transc
     , m_status(context.status)
     , m_timing(context.timing)
     , m_recordingHoldsSources(std::move(recordingHoldsSources))
-    , m_memoAIBackendStatus(UiText::memoBackendStatusUnknown) {}
+    , m_memoAIBackendStatus(UiText::memoBackendStatusUnknown)
+    , m_checkpoint(context, transcript)
+    , m_recovery(context, m_checkpoint) {
+    connect(&m_recovery, &CrashRecovery::isRunningChanged, this,
+            &SupportTools::isCrashRecoveryRunningChanged);
+}
 
 SupportTools::~SupportTools() {
     m_audioTestTask.cancelAndClear();

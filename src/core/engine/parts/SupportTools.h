@@ -2,7 +2,9 @@
 
 #include "async/CancellationToken.h"
 #include "engine/StoredTask.h"
+#include "engine/parts/CrashRecovery.h"
 #include "engine/parts/PartContext.h"
+#include "engine/parts/RecordingCheckpoint.h"
 #include "model/AudioInputMode.h"
 #include "model/Timing.h"
 
@@ -43,7 +45,7 @@ public:
     bool isAudioTestRunning() const { return m_isAudioTestRunning; }
     const QString& lastDiagnosticsFileName() const { return m_lastDiagnosticsFileName; }
     const QString& memoAIBackendStatus() const { return m_memoAIBackendStatus; }
-    bool isCrashRecoveryRunning() const { return m_isCrashRecoveryRunning; }
+    bool isCrashRecoveryRunning() const { return m_recovery.isRunning(); }
 
     /// Listens to the sources of the input mode for `Timing::audioTestDuration` without a
     /// server, then gives a verdict in the status and the figures with advice in the hint.
@@ -56,6 +58,26 @@ public:
                                        const SessionMetaResponse& sessionMeta);
     /// A new transcript begins: the next fallback may write its file again.
     void resetAutomaticDiagnostics() { m_hasAutoExportedFallbackDiagnostics = false; }
+
+    // Crash recovery and the local checkpoint (CrashRecovery, RecordingCheckpoint)
+    /// Once per process, silently: sessions a crash left on the server or in a local
+    /// checkpoint become saved sessions.
+    Q_INVOKABLE void runStartupCrashRecoveryIfNeeded() { m_recovery.runAtStartupIfNeeded(); }
+    /// The user's command: the latest crashed session restored from the server and opened.
+    Q_INVOKABLE void restoreLatestCrashedSessionFromDiagnostics() { m_recovery.restoreLatest(); }
+    QCoro::Task<CrashRecovery::Outcome>
+    recoverStoppedSessionsFromServer(int fetchLimit, int importLimit, bool startupMode) {
+        return m_recovery.recoverStoppedSessionsFromServer(fetchLimit, importLimit, startupMode);
+    }
+    /// How a restored session is opened in the transcript view (the history's load).
+    void setSavedSessionOpener(std::function<void(const QString&)> opener) {
+        m_recovery.setSessionOpener(std::move(opener));
+    }
+    /// The run state changed: the checkpoint's pace follows it.
+    void handleRunStateChanged() { m_checkpoint.handleRunStateChanged(); }
+    /// The session's saved file is written: its checkpoint goes.
+    void discardRecordingCheckpoint(const QString& sessionId) { m_checkpoint.discard(sessionId); }
+    RecordingCheckpoint& recordingCheckpoint() { return m_checkpoint; }
 
 Q_SIGNALS:
     void isAudioTestRunningChanged();
@@ -84,8 +106,9 @@ private:
     bool m_isAudioTestRunning = false;
     QString m_lastDiagnosticsFileName;
     QString m_memoAIBackendStatus;
-    bool m_isCrashRecoveryRunning = false;
     bool m_hasAutoExportedFallbackDiagnostics = false;
+    RecordingCheckpoint m_checkpoint;
+    CrashRecovery m_recovery;
 };
 
 } // namespace vesnara
