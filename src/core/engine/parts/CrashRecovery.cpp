@@ -146,8 +146,8 @@ CrashRecovery::recoverStoppedSessionsFromServer(int fetchLimit, int importLimit,
         if (!self)
             co_return outcome;
         if (!transcript) {
-            AppLog::write(
-                u"crash recovery transcript fetch failed session=%1 error=%2"_s.arg(id, failure));
+            AppLog::write(u"crash recovery transcript fetch failed session=%1 error=%2"_s.arg(
+                loggedId(id), failure));
             continue;
         }
         QList<TranscriptSegment> segments =
@@ -161,10 +161,11 @@ CrashRecovery::recoverStoppedSessionsFromServer(int fetchLimit, int importLimit,
             m_context.history.store().save(session);
         } catch (const SessionHistoryError& error) {
             AppLog::write(u"crash recovery save failed session=%1 error=%2"_s.arg(
-                id, QString::fromStdString(error.what())));
+                loggedId(id), QString::fromStdString(error.what())));
             continue;
         }
-        AppLog::write(u"crash recovery imported session=%1 lines=%2"_s.arg(id).arg(lineCount));
+        AppLog::write(
+            u"crash recovery imported session=%1 lines=%2"_s.arg(loggedId(id)).arg(lineCount));
         known.insert(id);
         outcome.importedIds.append(id);
         if (outcome.importedIds.size() >= importLimit)
