@@ -311,8 +311,14 @@ private Q_SLOTS:
     }
 
     // While recording the lines go to a checkpoint that the history never lists; the stop's
-    // saved session replaces it.
+    // saved session replaces it, and a save that fails leaves it for the next start.
+    void theCheckpointFollowsTheRecordingUntilTheStop_data() {
+        QTest::addColumn<bool>("saveFails");
+        QTest::newRow("saved") << false;
+        QTest::newRow("the save fails") << true;
+    }
     void theCheckpointFollowsTheRecordingUntilTheStop() {
+        QFETCH(bool, saveFails);
         EngineHarness h;
         h.timing.recordingCheckpointInterval = 10ms;
         auto& vm = h.make();
@@ -334,10 +340,12 @@ private Q_SLOTS:
         vm.history()->refreshSessionHistory();
         QVERIFY(vm.history()->sessionHistory().isEmpty());
 
+        if (saveFails)
+            QVERIFY(QDir(h.historyDirectory.path()).mkdir(id + u".json"_s));
         vm.stopRecording();
         QTRY_COMPARE_WITH_TIMEOUT(vm.runState(), RecordingRunState::idle, kEngineWaitMs);
-        QVERIFY(savedFileExists(h, id));
-        QVERIFY(checkpoints.entries().isEmpty());
+        QCOMPARE(vm.history()->store().load(id).has_value(), !saveFails);
+        QCOMPARE(checkpointLines(), saveFails ? qsizetype(2) : qsizetype(-1));
     }
 
     void aRemoteStopRemovesTheCheckpointOnceTheServerHasTheLines() {
