@@ -147,6 +147,25 @@ private Q_SLOTS:
         QCOMPARE(listingQueries().size(), 1);
     }
 
+    void theListingIsAskedForWithinItsBounds_data() {
+        QTest::addColumn<int>("fetchLimit");
+        QTest::addColumn<QString>("asked");
+        QTest::newRow("the button's 20") << 20 << u"20"_s;
+        QTest::newRow("300 asks for 100") << 300 << u"100"_s;
+        QTest::newRow("0 asks for 1") << 0 << u"1"_s;
+    }
+    void theListingIsAskedForWithinItsBounds() {
+        QFETCH(int, fetchLimit);
+        QFETCH(QString, asked);
+        EngineHarness h;
+        auto& vm = h.make();
+        const auto outcome =
+            awaitTask(vm.support()->recoverStoppedSessionsFromServer(fetchLimit, 1, true));
+        QVERIFY(outcome.value);
+        QCOMPARE(h.server->requests().last().path, u"/v1/sessions"_s);
+        QCOMPARE(h.server->requests().last().query.queryItemValue(u"limit"_s), asked);
+    }
+
     void aFailingSessionIsLoggedAndTheRunGoesOn() {
         EngineHarness h;
         const QString first = serverSession(h, {u"Yksi"_s});
