@@ -10,6 +10,7 @@
 
 #include <QHostAddress>
 #include <QObject>
+#include <QTimer>
 #include <QUrl>
 
 #include <chrono>
@@ -42,6 +43,10 @@ struct RefBackendOptions {
     QString adminKey;
     /// How long a session token from a login lives.
     std::chrono::seconds tokenLifetime = std::chrono::hours(24 * 30);
+    /// An active session whose last stream closed without the session being stopped is stopped
+    /// after this long without a new stream, so a client that died leaves a stopped session
+    /// with its transcript. Zero keeps such sessions active.
+    std::chrono::milliseconds idleStopLimit = std::chrono::minutes(2);
 };
 
 /// The reference backend: one process (or one object, in tests), one port, speaking the speech
@@ -83,6 +88,8 @@ public:
     /// Ends the session as the server would on its own: stopped, with an end time, and a
     /// "stopped" status on its open streams.
     void endSession(const QString& sessionId);
+    /// Changes `RefBackendOptions::idleStopLimit` for streams that close from now on.
+    void setIdleStopLimit(std::chrono::milliseconds limit) { m_options.idleStopLimit = limit; }
     /// Replaces the update manifest that `/updates/latest-mac.json` serves. Any other
     /// `/updates/<name>.json` serves the file of that name under `<data-dir>/updates/`.
     void setUpdateManifest(const QByteArray& json);
@@ -149,6 +156,9 @@ private:
     void deliverEvent(const QString& sessionId, const QJsonObject& event);
     Recognizer& recognizerFor(const ServerSession& session);
     QList<StreamConnection*> connectionsOf(const QString& sessionId) const;
+    /// The session's last stream closed: stop it after the idle limit unless a stream reopens.
+    void armIdleStop(const QString& sessionId);
+    void cancelIdleStop(const QString& sessionId);
 
     RefBackendOptions m_options;
     RefBackendFaults m_faults;
@@ -165,6 +175,7 @@ private:
     QHash<QString, QList<StreamMessage>> m_streamMessages;
     QList<RecordedRequest> m_requests;
     QByteArray m_updateManifest;
+    QHash<QString, QTimer*> m_idleStopTimers;
 };
 
 } // namespace vesnara::refbackend

@@ -53,6 +53,7 @@ void RefBackend::openStream(std::unique_ptr<QWebSocket> socket) {
         return;
     }
 
+    cancelIdleStop(sessionId);
     const int index = ++m_connectionCounts[sessionId];
     auto* connection = new StreamConnection(std::move(socket), sessionId, index, this);
     m_connections.append(connection);
@@ -75,8 +76,11 @@ void RefBackend::openStream(std::unique_ptr<QWebSocket> socket) {
             [this, connection] { stopStream(connection); });
     connect(connection, &StreamConnection::closed, this, [this, connection] {
         m_connections.removeOne(connection);
-        if (ServerSession* closedSession = m_sessions->find(connection->sessionId()))
+        if (ServerSession* closedSession = m_sessions->find(connection->sessionId())) {
             m_sessions->persist(*closedSession);
+            if (!closedSession->isStopped() && connectionsOf(closedSession->id).isEmpty())
+                armIdleStop(closedSession->id);
+        }
         Q_EMIT streamClosed(connection->sessionId(), connection->connection());
         connection->deleteLater();
     });
@@ -154,6 +158,33 @@ QList<StreamConnection*> RefBackend::connectionsOf(const QString& sessionId) con
             result.append(connection);
     }
     return result;
+}
+
+void RefBackend::armIdleStop(const QString& sessionId) {
+    if (m_options.idleStopLimit <= std::chrono::milliseconds::zero())
+        return;
+    cancelIdleStop(sessionId);
+    auto* timer = new QTimer(this);
+    timer->setSingleShot(true);
+    timer->setInterval(m_options.idleStopLimit);
+    connect(timer, &QTimer::timeout, this, [this, sessionId] {
+        cancelIdleStop(sessionId);
+        ServerSession* session = m_sessions->find(sessionId);
+        if (!session || session->isStopped() || !connectionsOf(sessionId).isEmpty())
+            return;
+        // What the recogniser still holds becomes the last line, as at a stop message.
+        if (const auto recognizer = m_recognizers.find(sessionId);
+            recognizer != m_recognizers.end())
+            recognizer->second->stop();
+        endSession(sessionId);
+    });
+    m_idleStopTimers.insert(sessionId, timer);
+    timer->start();
+}
+
+void RefBackend::cancelIdleStop(const QString& sessionId) {
+    if (QTimer* timer = m_idleStopTimers.take(sessionId))
+        timer->deleteLater();
 }
 
 } // namespace vesnara::refbackend

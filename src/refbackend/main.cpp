@@ -8,6 +8,7 @@
 #include <QSocketNotifier>
 #include <QStandardPaths>
 
+#include <cmath>
 #include <csignal>
 #include <cstdio>
 #include <sys/socket.h>
@@ -86,8 +87,12 @@ int main(int argc, char* argv[]) {
     const QCommandLineOption adminKeyOption(
         u"admin-key"_s, u"The X-Admin-Key of user administration (off when not given)."_s,
         u"key"_s);
+    const QCommandLineOption idleStopOption(
+        u"idle-stop-after"_s,
+        u"Seconds after which a session whose stream closed without a stop is stopped (0 = never)."_s,
+        u"seconds"_s, u"120"_s);
     parser.addOptions({portOption, bindOption, dataOption, keyOption, recognizerOption, tokenOption,
-                       demoUserOption, adminKeyOption});
+                       demoUserOption, adminKeyOption, idleStopOption});
     parser.process(app);
 
     RefBackendOptions options;
@@ -104,6 +109,12 @@ int main(int argc, char* argv[]) {
         return usageError(
             u"--port wants a number from 0 to 65535, not \"%1\""_s.arg(parser.value(portOption)));
     options.port = static_cast<quint16>(port);
+    bool idleOk = false;
+    const double idleSeconds = parser.value(idleStopOption).toDouble(&idleOk);
+    if (!idleOk || !(idleSeconds >= 0.0) || idleSeconds > 86400.0)
+        return usageError(u"--idle-stop-after wants seconds from 0 to 86400, not \"%1\""_s.arg(
+            parser.value(idleStopOption)));
+    options.idleStopLimit = std::chrono::milliseconds(std::llround(idleSeconds * 1000.0));
     const QString recognizer = parser.value(recognizerOption);
     if (recognizer != u"energy"_s && recognizer != u"scripted"_s)
         return usageError(u"--recognizer wants energy or scripted, not \"%1\""_s.arg(recognizer));

@@ -115,6 +115,18 @@ class RefBackendCliTest : public QObject {
                     json({{u"email"_s, email}, {u"password"_s, password}}));
     }
 
+    // Connects to the session's stream and sends its start; false when it does not connect.
+    static bool openAndStart(QWebSocket& socket, const QString& wsUrl) {
+        QSignalSpy connected(&socket, &QWebSocket::connected);
+        socket.open(QUrl(wsUrl));
+        if (!connected.wait(10000))
+            return false;
+        socket.sendTextMessage(QString::fromUtf8(json({{u"type"_s, u"start"_s},
+                                                       {u"language"_s, u"fi-FI"_s},
+                                                       {u"sttModel"_s, u"chirp_3"_s}})));
+        return true;
+    }
+
     // SIGTERM, and the exit code 0 of an orderly end.
     static bool stop(ChildProcess& backend) {
         return backend.signalAndWait(SIGTERM) && backend.exitCode() == 0;
@@ -182,6 +194,11 @@ private Q_SLOTS:
         QTest::newRow("demo user without an address")
             << QStringList{u"--demo-user"_s, u":salasana1"_s} << 2
             << u"--demo-user wants email:password"_s << u"salasana1"_s;
+        QTest::newRow("idle limit not a number")
+            << QStringList{u"--idle-stop-after"_s, u"soon"_s} << 2
+            << u"--idle-stop-after wants seconds"_s << QString();
+        QTest::newRow("idle limit negative") << QStringList{u"--idle-stop-after"_s, u"-1"_s} << 2
+                                             << u"--idle-stop-after wants seconds"_s << QString();
         QTest::newRow("unknown option")
             << QStringList{u"--colour"_s, u"blue"_s} << 1 << u"colour"_s << QString();
     }
@@ -301,12 +318,7 @@ private Q_SLOTS:
         connect(&socket, &QWebSocket::textMessageReceived, this, [&events](const QString& text) {
             events.append(QJsonDocument::fromJson(text.toUtf8()).object());
         });
-        QSignalSpy connected(&socket, &QWebSocket::connected);
-        socket.open(QUrl(wsUrl));
-        QVERIFY(connected.wait(10000));
-        socket.sendTextMessage(QString::fromUtf8(json({{u"type"_s, u"start"_s},
-                                                       {u"language"_s, u"fi-FI"_s},
-                                                       {u"sttModel"_s, u"chirp_3"_s}})));
+        QVERIFY(openAndStart(socket, wsUrl));
         QTRY_COMPARE_WITH_TIMEOUT(events.size(), qsizetype(1), 10000);
         QCOMPARE(events.first().value(u"state"_s).toString(), u"listening"_s);
         socket.sendBinaryMessage(loudSecond());
@@ -336,6 +348,42 @@ private Q_SLOTS:
             QCOMPARE(segments.size(), qsizetype(0));
         }
         socket.close();
+        QVERIFY(stop(backend));
+    }
+
+    // A client killed mid-recording: its stream drops without a stop message or a stop request.
+    // After the idle limit the session is stopped and keeps what the recogniser heard.
+    void aStreamGoneWithoutAStopEndsItsSession() {
+        ChildProcess backend(kProgram);
+        const QUrl base =
+            launchAt(backend, withData({u"--token"_s, u"eka"_s, u"--idle-stop-after"_s, u"0.2"_s}));
+        QVERIFY(base.isValid());
+        QString wsUrl;
+        const QString sessionId = createSession(base, "eka", &wsUrl);
+        QVERIFY(!sessionId.isEmpty());
+        const QString metaPath = u"/v1/sessions/"_s + sessionId;
+
+        QWebSocket socket;
+        QVERIFY(openAndStart(socket, wsUrl));
+        socket.sendBinaryMessage(loudSecond());
+        QSignalSpy pong(&socket, &QWebSocket::pong);
+        socket.ping();
+        QVERIFY(pong.wait(10000));
+        QCOMPARE(speech("GET", base, metaPath, "eka").json().value(u"status"_s).toString(),
+                 u"active"_s);
+        socket.abort();
+
+        QTRY_COMPARE_WITH_TIMEOUT(
+            speech("GET", base, metaPath, "eka").json().value(u"status"_s).toString(), u"stopped"_s,
+            10000);
+        const QJsonObject meta = speech("GET", base, metaPath, "eka").json();
+        QVERIFY(!meta.value(u"endedAt"_s).toString().isEmpty());
+        const QJsonArray segments = speech("GET", base, metaPath + u"/transcript"_s, "eka")
+                                        .json()
+                                        .value(u"segments"_s)
+                                        .toArray();
+        QCOMPARE(segments.size(), qsizetype(1));
+        QCOMPARE(segments.first().toObject().value(u"text"_s).toString(), u"[Puhetta 1,0 s]"_s);
         QVERIFY(stop(backend));
     }
 

@@ -550,6 +550,22 @@ QList<Row> catalogue() {
          u"Kaikki sessiot poistettu (myös palvelimelta)"_s},
         {"statusAllSessionsDeletedLocally", UiText::statusAllSessionsDeletedLocally(2),
          u"Kaikki sessiot poistettu paikallisesti (2 palvelinpoistoa epäonnistui)"_s},
+        // Crash recovery and the local checkpoint
+        {"recoveryStopRecordingFirst", UiText::recoveryStopRecordingFirst,
+         u"Pysäytä tallennus ennen kaatumispalautusta"_s},
+        {"recoveryNeedsLogin", UiText::recoveryNeedsLogin,
+         u"Sessiopalautus vaatii aktiivisen kirjautumisen"_s},
+        {"recoveryRunning", UiText::recoveryRunning, u"Palautetaan kaatunutta sessiota..."_s},
+        {"recoveryStartupRestored", UiText::recoveryStartupRestored(3),
+         u"Crash-recovery: palautettu 3 sessiota"_s},
+        {"recoveryRestored", UiText::recoveryRestored(u"s-%1"_s),
+         u"Palautettu kaatunut sessio: s-%1"_s},
+        {"recoveryAlreadyInHistory", UiText::recoveryAlreadyInHistory(u"abc"_s),
+         u"Viimeisin kaatunut sessio oli jo historiassa: abc"_s},
+        {"recoveryNothingFound", UiText::recoveryNothingFound,
+         u"Palautettavaa kaatunutta sessiota ei löytynyt"_s},
+        {"recoveryFailed", UiText::recoveryFailed(u"yhteys katkesi"_s),
+         u"Kaatumispalautus epäonnistui: yhteys katkesi"_s},
     };
 }
 

@@ -85,6 +85,12 @@ TranscriptionViewModel::TranscriptionViewModel(Dependencies dependencies, QObjec
         resetPauseTracking();
         m_support.resetAutomaticDiagnostics();
     });
+    connect(this, &TranscriptionViewModel::runStateChanged, &m_support,
+            &SupportTools::handleRunStateChanged);
+    m_support.setSavedSessionOpener([this](const QString& id) {
+        m_history.setSelectedSessionHistoryId(id);
+        m_history.loadSelectedSession();
+    });
     m_sources.refreshInputDevices();
 }
 

@@ -445,7 +445,6 @@ private:
     bool m_hasAttemptedSystemFallback = false;
     bool m_hasAttemptedMixedMicrophoneRestart = false;
     bool m_hasAttemptedMicrophoneDeviceFallback = false;
-    bool m_hasAttemptedStartupCrashRecovery = false;
 
     // Pause
     double m_accumulatedPausedDuration = 0.0;

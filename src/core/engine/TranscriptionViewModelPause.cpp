@@ -178,7 +178,12 @@ QCoro::Task<> TranscriptionViewModel::fetchTranscriptAfterRemoteStop(
     } catch (...) {
         co_return;
     }
-    if (!self || run != m_run)
+    if (!self)
+        co_return;
+    // The server holds the ended session's lines: the next start recovers them from there. A
+    // failed fetch keeps the checkpoint, the only other copy.
+    m_support.discardRecordingCheckpoint(sessionId);
+    if (run != m_run)
         co_return;
     mergePolledSegments(run, transcript->segments);
     if (!sessionMeta)

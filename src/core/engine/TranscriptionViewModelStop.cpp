@@ -105,6 +105,9 @@ QCoro::Task<> TranscriptionViewModel::finishStop(std::shared_ptr<RecordingRun> r
     if (!sessionId.isEmpty() && (!segments.isEmpty() || !pins.isEmpty()))
         saveNotice = m_history.saveFinishedSession(
             {sessionId, run->startedAt, endedAt, language, sttModel, segments, pins});
+    // The checkpoint goes only once the saved file holds what it held.
+    if (!sessionId.isEmpty() && saveNotice != UiText::hintSessionSaveFailed)
+        m_support.discardRecordingCheckpoint(sessionId);
 
     if (!sessionId.isEmpty()) {
         co_await apiClient.stopSession(config, sessionId);

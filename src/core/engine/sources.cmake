@@ -78,3 +78,4 @@ target_sources(vesnara_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/parts/TranscriptExports.cpp
     ${CMAKE_CURRENT_LIST_DIR}/parts/TranscriptExports.h
 )
+include("${CMAKE_CURRENT_LIST_DIR}/recovery.cmake")

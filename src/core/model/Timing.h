@@ -46,6 +46,8 @@ struct Timing {
     Duration pinHighlightDuration{2500};
     /// How long the audio test listens to the sources.
     Duration audioTestDuration{5000};
+    /// Pace of the local checkpoint of a recording's lines and pins.
+    Duration recordingCheckpointInterval{10'000};
 
     // Permissions
     /// The wait between the probes after a system audio permission prompt: a grant takes a
@@ -77,6 +79,7 @@ struct Timing {
         t.pauseTickerInterval = scale(pauseTickerInterval);
         t.pinHighlightDuration = scale(pinHighlightDuration);
         t.audioTestDuration = scale(audioTestDuration);
+        t.recordingCheckpointInterval = scale(recordingCheckpointInterval);
         t.systemAudioPermissionProbeRetryDelay = scale(systemAudioPermissionProbeRetryDelay);
         return t;
     }

@@ -568,5 +568,22 @@ inline QString statusAllSessionsDeletedLocally(int serverFailures) {
     return u"Kaikki sessiot poistettu paikallisesti ("_s + QString::number(serverFailures) +
            u" palvelinpoistoa epäonnistui)"_s;
 }
+// Crash recovery and the local checkpoint
+inline const QString recoveryStopRecordingFirst = u"Pysäytä tallennus ennen kaatumispalautusta"_s;
+inline const QString recoveryNeedsLogin = u"Sessiopalautus vaatii aktiivisen kirjautumisen"_s;
+inline const QString recoveryRunning = u"Palautetaan kaatunutta sessiota..."_s;
+inline QString recoveryStartupRestored(qsizetype count) {
+    return u"Crash-recovery: palautettu %1 sessiota"_s.arg(count);
+}
+inline QString recoveryRestored(const QString& sessionId) {
+    return u"Palautettu kaatunut sessio: "_s + sessionId;
+}
+inline QString recoveryAlreadyInHistory(const QString& sessionId) {
+    return u"Viimeisin kaatunut sessio oli jo historiassa: "_s + sessionId;
+}
+inline const QString recoveryNothingFound = u"Palautettavaa kaatunutta sessiota ei löytynyt"_s;
+inline QString recoveryFailed(const QString& description) {
+    return u"Kaatumispalautus epäonnistui: "_s + description;
+}
 
 } // namespace vesnara::UiText

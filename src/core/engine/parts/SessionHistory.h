@@ -38,6 +38,8 @@ public:
     const QString& selectedSessionHistoryId() const { return m_selectedSessionHistoryId; }
     void setSelectedSessionHistoryId(const QString& id);
     const SessionHistoryStore& store() const { return m_store; }
+    /// For the writers other than the stop (crash recovery); they list again afterwards.
+    SessionHistoryStore& store() { return m_store; }
 
     /// Lists the saved sessions again, newest first; a selection that is no longer listed is
     /// dropped. The transcript on screen stays.

@@ -34,9 +34,13 @@ SupportTools::SupportTools(const PartContext& context, SessionTranscript& transc
                           m_memoAIBackendStatus = status;
                           Q_EMIT memoAIBackendStatusChanged();
                       })
-    , m_diagnostics(context, transcript) {
+    , m_diagnostics(context, transcript)
+    , m_checkpoint(context, transcript)
+    , m_recovery(context, m_checkpoint) {
     connect(&m_diagnostics, &DiagnosticsCommands::lastDiagnosticsFileNameChanged, this,
             &SupportTools::lastDiagnosticsFileNameChanged);
+    connect(&m_recovery, &CrashRecovery::isRunningChanged, this,
+            &SupportTools::isCrashRecoveryRunningChanged);
 }
 
 SupportTools::~SupportTools() {

@@ -4,8 +4,10 @@
 #include "engine/StoredTask.h"
 #include "engine/diagnostics/DiagnosticsCommands.h"
 #include "engine/parts/BackendChecks.h"
+#include "engine/parts/CrashRecovery.h"
 #include "engine/parts/MemoCommand.h"
 #include "engine/parts/PartContext.h"
+#include "engine/parts/RecordingCheckpoint.h"
 #include "model/AudioInputMode.h"
 #include "model/Timing.h"
 
@@ -48,7 +50,7 @@ public:
         return m_diagnostics.lastDiagnosticsFileName();
     }
     const QString& memoAIBackendStatus() const { return m_memoAIBackendStatus; }
-    bool isCrashRecoveryRunning() const { return m_isCrashRecoveryRunning; }
+    bool isCrashRecoveryRunning() const { return m_recovery.isRunning(); }
 
     /// Listens to the sources of the input mode for `Timing::audioTestDuration` without a
     /// server, then gives a verdict in the status and the figures with advice in the hint.
@@ -91,6 +93,26 @@ public:
     /// The running version, "0.0.0" when the build names none.
     Q_INVOKABLE QString currentAppVersion() const { return m_backendChecks.currentAppVersion(); }
 
+    // Crash recovery and the local checkpoint (CrashRecovery, RecordingCheckpoint)
+    /// Once per process, silently: sessions a crash left on the server or in a local
+    /// checkpoint become saved sessions.
+    Q_INVOKABLE void runStartupCrashRecoveryIfNeeded() { m_recovery.runAtStartupIfNeeded(); }
+    /// The user's command: the latest crashed session restored from the server and opened.
+    Q_INVOKABLE void restoreLatestCrashedSessionFromDiagnostics() { m_recovery.restoreLatest(); }
+    QCoro::Task<CrashRecovery::Outcome>
+    recoverStoppedSessionsFromServer(int fetchLimit, int importLimit, bool startupMode) {
+        return m_recovery.recoverStoppedSessionsFromServer(fetchLimit, importLimit, startupMode);
+    }
+    /// How a restored session is opened in the transcript view (the history's load).
+    void setSavedSessionOpener(std::function<void(const QString&)> opener) {
+        m_recovery.setSessionOpener(std::move(opener));
+    }
+    /// The run state changed: the checkpoint's pace follows it.
+    void handleRunStateChanged() { m_checkpoint.handleRunStateChanged(); }
+    /// The session's saved file is written: its checkpoint goes.
+    void discardRecordingCheckpoint(const QString& sessionId) { m_checkpoint.discard(sessionId); }
+    RecordingCheckpoint& recordingCheckpoint() { return m_checkpoint; }
+
 Q_SIGNALS:
     void isAudioTestRunningChanged();
     void lastDiagnosticsFileNameChanged();
@@ -117,11 +139,11 @@ private:
 
     bool m_isAudioTestRunning = false;
     QString m_memoAIBackendStatus;
-    bool m_isCrashRecoveryRunning = false;
-
     MemoCommand m_memo;
     BackendChecks m_backendChecks;
     DiagnosticsCommands m_diagnostics;
+    RecordingCheckpoint m_checkpoint;
+    CrashRecovery m_recovery;
 };
 
 } // namespace vesnara
