@@ -9,6 +9,8 @@ CMAKE_FLAGS ?=
 export CCACHE_DIR ?= $(HOME)/.cache/ccache
 # Relative paths in the cache key, so fresh clones elsewhere reuse what was compiled before.
 export CCACHE_BASEDIR ?= $(CURDIR)
+# Debug info names the build directory; leaving it out of the key lets other checkouts hit too.
+export CCACHE_NOHASHDIR ?= 1
 
 .PHONY: all setup configure build test test-asan bench run format check-format clean
 
