@@ -586,4 +586,44 @@ inline QString recoveryFailed(const QString& description) {
     return u"Kaatumispalautus epäonnistui: "_s + description;
 }
 
+// The account sheets, the user administration panel and the connection settings: what the
+// form objects show (buttons whose text follows a busy flag, the two lines, the rows).
+inline const QString resetSend = u"Lähetä"_s;
+inline const QString resetSending = u"Lähetetään..."_s;
+inline const QString resetRequestFailed = u"Palautuspyyntö epäonnistui."_s;
+inline const QString changePasswordSaving = u"Tallennetaan..."_s;
+inline const QString changePasswordMismatch = u"Uusi salasana ei täsmää."_s;
+inline const QString changePasswordTooShort = u"Uuden salasanan minimipituus on 10 merkkiä."_s;
+inline const QString adminLoadUsers = u"Lataa käyttäjät"_s;
+inline const QString adminLoadingUsers = u"Haetaan..."_s;
+inline const QString adminUsersLoaded = u"Käyttäjät haettu."_s;
+inline const QString adminEnterNewUser = u"Syötä uuden käyttäjän sähköposti ja salasana."_s;
+inline QString adminUserCreated(const QString& email) {
+    return u"Käyttäjä luotu: "_s + email;
+}
+inline const QString adminRoleUpdated = u"Rooli päivitetty."_s;
+inline const QString adminRoleUpdateFailed = u"Roolin päivitys epäonnistui."_s;
+inline const QString adminUserEnabled = u"Käyttäjä aktivoitu."_s;
+inline const QString adminUserDisabled = u"Käyttäjä estetty."_s;
+inline const QString adminUserStateFailed = u"Käyttäjän tilan muutos epäonnistui."_s;
+inline const QString adminUserDeleted = u"Käyttäjä poistettu."_s;
+inline const QString adminPasswordReset = u"Salasana nollattu."_s;
+inline const QString adminKeySaved = u"Admin-avain tallennettu tähän laitteeseen."_s;
+inline const QString adminKeyCleared = u"Admin-avain poistettu tästä laitteesta."_s;
+inline const QString adminDeleteUserTitle = u"Poista käyttäjä"_s;
+inline const QString adminDeleteUserText =
+    u"Käyttäjä poistetaan käytöstä ja sen sessiot suljetaan. Jatketaanko?"_s;
+inline const QString adminResetPasswordTitle = u"Nollaa salasana"_s;
+inline const QString adminResetPasswordText = u"Anna käyttäjälle uusi salasana."_s;
+inline const QString adminNewPasswordPlaceholder = u"Uusi salasana"_s;
+inline const QString adminUserActive = u"aktiivinen"_s;
+inline const QString adminUserBlocked = u"estetty"_s;
+/// A listed user's line under the address.
+inline QString adminUserDetails(qint64 id, const QString& role, bool isActive) {
+    return u"id "_s + QString::number(id) + u" • "_s + role + u" • "_s +
+           (isActive ? adminUserActive : adminUserBlocked);
+}
+inline const QString adminDisableUser = u"Estä"_s;
+inline const QString adminEnableUser = u"Aktivoi"_s;
+
 } // namespace vesnara::UiText
