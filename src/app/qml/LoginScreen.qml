@@ -91,7 +91,6 @@ Rectangle {
                 font: Theme.brandFont(Theme.Regular, 14)
                 Accessible.role: Accessible.EditableText
                 Accessible.name: Texts.loginPasswordLabel
-                Accessible.passwordEdit: true
                 onTextEdited: form.password = text
                 onAccepted: form.submit()
             }
