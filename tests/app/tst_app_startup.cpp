@@ -1,12 +1,14 @@
 // What the application does before its window: the command line, the search for the brand's
 // files and what the start logs, the fonts registered once, and the wordmark's size.
 #include "AppHarness.h"
+#include "BrandImageProvider.h"
 #include "MainScreen.h"
 #include "Theme.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFontDatabase>
+#include <QGuiApplication>
 #include <QPalette>
 
 using namespace vesnara;
@@ -163,6 +165,27 @@ private Q_SLOTS:
             }));
     }
 
+    // The black logo turns light for a dark window; a missing file gives no image.
+    void logoImages() {
+        QTemporaryDir root;
+        const QString path = root.filePath(u"Tamberly-Logo-Black.png"_s);
+        QImage logo(40, 10, QImage::Format_ARGB32);
+        logo.fill(QColor(0, 0, 0, 255));
+        logo.setPixelColor(0, 0, QColor(0, 0, 0, 0));
+        QVERIFY(logo.save(path));
+        BrandImageProvider provider(path);
+        QSize size;
+        const QImage light = provider.requestImage(u"logo"_s, &size, {});
+        QCOMPARE(size, QSize(40, 10));
+        QCOMPARE(light.pixelColor(5, 5), QColor(Qt::black));
+        const QImage dark = provider.requestImage(u"logo-inverted"_s, &size, QSize(20, 20));
+        QCOMPARE(size, QSize(20, 5));
+        QCOMPARE(dark.pixelColor(10, 2), QColor(Qt::white));
+        QCOMPARE(provider.requestImage(u"logo-inverted"_s, &size, {}).pixelColor(0, 0).alpha(), 0);
+        BrandImageProvider missing(root.filePath(u"none.png"_s));
+        QVERIFY(missing.requestImage(u"logo"_s, &size, {}).isNull());
+    }
+
     void wordmarkSize_data() {
         QTest::addColumn<qreal>("height");
         QTest::addColumn<qreal>("size");
@@ -188,6 +211,30 @@ private Q_SLOTS:
         QFETCH(QString, value);
         QFETCH(bool, open);
         QCOMPARE(MainScreen::adminGateOpen(value), open);
+    }
+
+    // A palette change while running switches the scheme, its colours and the logo's image.
+    void theSchemeIsFollowedLive() {
+        const QPalette original = QGuiApplication::palette();
+        QPalette light;
+        light.setColor(QPalette::Window, QColor(239, 239, 239));
+        QGuiApplication::setPalette(light);
+        Theme theme(true);
+        QSignalSpy changed(&theme, &Theme::themeChanged);
+        QVERIFY(!theme.dark());
+        QCOMPARE(theme.background(), QColor::fromRgbF(0.968f, 0.976f, 0.984f));
+        QCOMPARE(theme.logoSource(), QUrl(u"image://brand/logo"_s));
+
+        QPalette dark;
+        dark.setColor(QPalette::Window, QColor(30, 30, 30));
+        QGuiApplication::setPalette(dark);
+        QTRY_VERIFY(!changed.isEmpty());
+        QVERIFY(theme.dark());
+        QCOMPARE(theme.background(), QColor(30, 30, 30));
+        QCOMPARE(theme.logoSource(), QUrl(u"image://brand/logo-inverted"_s));
+        QCOMPARE(theme.cardShadowOpacity(), 0.36);
+        QGuiApplication::setPalette(original);
+        QVERIFY(!Theme(false).logoSource().isValid());
     }
 
     void darkSchemeFollowsTheWindowColour_data() {
