@@ -10,6 +10,8 @@
 
 #include <QAccessible>
 #include <QDir>
+#include <QGuiApplication>
+#include <QPalette>
 #include <QQmlApplicationEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
@@ -118,7 +120,23 @@ private Q_SLOTS:
         QTRY_VERIFY(email->hasActiveFocus());
         screenshot(u"login"_s);
 
+        // A wrong password by the button: the service's words in red, both fields kept.
         type(email, AppHarness::email);
+        type(password, u"väärä-salasana"_s);
+        click(control(UiText::loginTitle, QAccessible::Button));
+        QQuickItem* error = findItem(m_window->contentItem(), u"loginError"_s);
+        QVERIFY(error);
+        QTRY_VERIFY_WITH_TIMEOUT(error->isVisible(), kEngineWaitMs);
+        QVERIFY(!error->property("text").toString().isEmpty());
+        QCOMPARE(email->property("text").toString(), AppHarness::email);
+        QCOMPARE(password->property("text").toString(), u"väärä-salasana"_s);
+        screenshot(u"login-error"_s);
+
+        // The right one by Return, replacing what was typed.
+        click(password);
+        QTest::keyClick(m_window, Qt::Key_End);
+        for (int i = 0; i < 64 && !password->property("text").toString().isEmpty(); ++i)
+            QTest::keyClick(m_window, Qt::Key_Backspace);
         type(password, AppHarness::password);
         QCOMPARE(password->property("text").toString(), AppHarness::password);
         QVERIFY(!password->property("displayText").toString().contains(AppHarness::password));
@@ -151,6 +169,17 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(lines->property("count").toInt(), 2, kEngineWaitMs);
         QTRY_VERIFY_WITH_TIMEOUT(showsText(lines, u"Aloitetaan kokous"_s), kEngineWaitMs);
         screenshot(u"main-recording"_s);
+
+        // The scheme follows the palette while the window is up.
+        const QPalette original = QGuiApplication::palette();
+        QPalette dark;
+        dark.setColor(QPalette::Window, QColor(36, 36, 38));
+        dark.setColor(QPalette::Base, QColor(50, 50, 52));
+        dark.setColor(QPalette::WindowText, QColor(235, 235, 235));
+        QGuiApplication::setPalette(dark);
+        QTRY_COMPARE(m_window->color(), QColor(36, 36, 38));
+        screenshot(u"main-recording-dark"_s);
+        QGuiApplication::setPalette(original);
 
         click(stop);
         QTRY_VERIFY_WITH_TIMEOUT(!vm.isRecording(), kEngineWaitMs);
