@@ -29,6 +29,9 @@ class RunAppTest : public QObject {
     void prepare(ChildProcess& script, quint16 port) {
         script.setEnvironmentValue(u"VESNARA_RUN_PORT"_s, QString::number(port));
         script.setEnvironmentValue(u"VESNARA_RUN_DATA_DIR"_s, m_directory->filePath(u"data"_s));
+        // No display unless a test gives one; the script treats empty values as unset.
+        for (const QString& name : {u"DISPLAY"_s, u"WAYLAND_DISPLAY"_s, u"QT_QPA_PLATFORM"_s})
+            script.setEnvironmentValue(name, QString());
     }
 
     HttpAnswer call(const QByteArray& method, const QUrl& base, const QString& path,
@@ -61,6 +64,8 @@ private Q_SLOTS:
         QCOMPARE(QUrl(listening.captured(1)), base);
         QCOMPARE(listening.captured(2), m_directory->filePath(u"data"_s));
         QVERIFY(QFileInfo::exists(m_directory->filePath(u"data/users.json"_s)));
+        QVERIFY2(script.waitForLine(QRegularExpression(u"^make run: no display"_s)).hasMatch(),
+                 qPrintable(script.output()));
 
         const QString email = signIn.captured(1);
         const HttpAnswer signedIn = call(
@@ -89,6 +94,33 @@ private Q_SLOTS:
         QCOMPARE(script.exitCode(), 0);
         QCOMPARE(processesWithArgument(dataDirectory), QList<qint64>{});
         QCOMPARE(call("GET", base, u"/health"_s).status, 0);
+    }
+
+    // With a display the client starts against the script's backend, and goes with the script.
+    void theClientRunsAgainstTheBackendUntilTheScriptStops() {
+        const quint16 port = closedLoopbackPort();
+        ChildProcess script(kScript);
+        prepare(script, port);
+        script.setEnvironmentValue(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
+        script.setEnvironmentValue(u"HOME"_s, m_directory->filePath(u"home"_s));
+        script.setEnvironmentValue(u"XDG_CONFIG_HOME"_s, m_directory->filePath(u"config"_s));
+        script.setEnvironmentValue(u"XDG_STATE_HOME"_s, m_directory->filePath(u"state"_s));
+        script.setEnvironmentValue(u"XDG_DATA_HOME"_s, m_directory->filePath(u"share"_s));
+        QVERIFY(script.start({kBuildDirectory}));
+        QVERIFY2(
+            script.waitForLine(QRegularExpression(u"^make run: VESNARA_INAPP_ADMIN_ENABLED=1"_s))
+                .hasMatch(),
+            qPrintable(script.output()));
+        const QRegularExpressionMatch started = script.waitForLine(QRegularExpression(
+            u"^make run: starting the desktop client: (\\S+) --backend-url (\\S+)$"_s));
+        QVERIFY2(started.hasMatch(), qPrintable(script.output()));
+        const QString backendURL = u"http://127.0.0.1:%1"_s.arg(port);
+        QCOMPARE(started.captured(2), backendURL);
+        QTRY_COMPARE_WITH_TIMEOUT(processesWithArgument(backendURL).size(), qsizetype(1), 10'000);
+        QVERIFY(script.signalAndWait(SIGTERM));
+        QCOMPARE(script.exitCode(), 0);
+        QCOMPARE(processesWithArgument(backendURL), QList<qint64>{});
+        QCOMPARE(processesWithArgument(m_directory->filePath(u"data"_s)), QList<qint64>{});
     }
 
     void aBackendThatCannotStartEndsTheScript() {

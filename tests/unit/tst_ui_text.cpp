@@ -606,6 +606,28 @@ QList<Row> catalogue() {
          u"id 3 • user • estetty"_s},
         {"adminDisableUser", UiText::adminDisableUser, u"Estä"_s},
         {"adminEnableUser", UiText::adminEnableUser, u"Aktivoi"_s},
+        // The application's window
+        {"checkingLogin", UiText::checkingLogin, u"Tarkistetaan kirjautumista..."_s},
+        {"brandWordmark", UiText::brandWordmark, u"TAMBERLY"_s},
+        {"brandLogoName", UiText::brandLogoName, u"Tamberly"_s},
+        {"loginTitle", UiText::loginTitle, u"Kirjaudu"_s},
+        {"loginSubtitle", UiText::loginSubtitle, u"Kirjaudu Vesnaraan yrityksen tunnuksilla."_s},
+        {"loginEmailLabel", UiText::loginEmailLabel, u"Sähköposti"_s},
+        {"loginEmailPlaceholder", UiText::loginEmailPlaceholder, u"etunimi.sukunimi@yritys.fi"_s},
+        {"loginPasswordLabel", UiText::loginPasswordLabel, u"Salasana"_s},
+        {"loginRememberSession", UiText::loginRememberSession, u"Muista minut tällä laitteella"_s},
+        {"loginBusy", UiText::loginBusy, u"Kirjaudutaan..."_s},
+        {"loginForgotPassword", UiText::loginForgotPassword, u"Unohtuiko salasana?"_s},
+        {"mainHeading", UiText::mainHeading, u"Vesnara"_s},
+        {"mainSubtitle", UiText::mainSubtitle, u"Reaaliaikainen litterointi suoraan työpöydällä"_s},
+        {"mainRealtimeBadge", UiText::mainRealtimeBadge, u"Realtime STT"_s},
+        {"mainLogout", UiText::mainLogout, u"Kirjaudu ulos"_s},
+        {"mainControlCard", UiText::mainControlCard, u"Ohjaus"_s},
+        {"mainStart", UiText::mainStart, u"Aloita"_s},
+        {"mainStop", UiText::mainStop, u"Lopeta"_s},
+        {"mainTranscriptCard", UiText::mainTranscriptCard, u"Transkriptio"_s},
+        {"mainTranscriptEmpty", UiText::mainTranscriptEmpty,
+         u"Transkriptio ilmestyy tähän tallennuksen aikana."_s},
     };
 }
 

@@ -7,7 +7,7 @@ namespace vesnara {
 
 /// The one status line and diagnostic hint under the controls. Every part of the engine writes
 /// here instead of keeping its own copy, so the screen shows whichever spoke last.
-class StatusLine final : public QObject {
+class StatusLine : public QObject {
     Q_OBJECT
     Q_PROPERTY(QString statusText READ statusText NOTIFY statusTextChanged)
     Q_PROPERTY(QString diagnosticHint READ diagnosticHint NOTIFY diagnosticHintChanged)

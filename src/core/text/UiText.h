@@ -625,5 +625,26 @@ inline QString adminUserDetails(qint64 id, const QString& role, bool isActive) {
 }
 inline const QString adminDisableUser = u"Estä"_s;
 inline const QString adminEnableUser = u"Aktivoi"_s;
+// The application's window: the start check, the login screen and the main screen's shell.
+inline const QString checkingLogin = u"Tarkistetaan kirjautumista..."_s;
+inline const QString brandWordmark = u"TAMBERLY"_s;
+inline const QString brandLogoName = u"Tamberly"_s;
+inline const QString loginTitle = u"Kirjaudu"_s;
+inline const QString loginSubtitle = u"Kirjaudu Vesnaraan yrityksen tunnuksilla."_s;
+inline const QString loginEmailLabel = u"Sähköposti"_s;
+inline const QString loginEmailPlaceholder = u"etunimi.sukunimi@yritys.fi"_s;
+inline const QString loginPasswordLabel = u"Salasana"_s;
+inline const QString loginRememberSession = u"Muista minut tällä laitteella"_s;
+inline const QString loginBusy = u"Kirjaudutaan..."_s;
+inline const QString loginForgotPassword = u"Unohtuiko salasana?"_s;
+inline const QString mainHeading = u"Vesnara"_s;
+inline const QString mainSubtitle = u"Reaaliaikainen litterointi suoraan työpöydällä"_s;
+inline const QString mainRealtimeBadge = u"Realtime STT"_s;
+inline const QString mainLogout = u"Kirjaudu ulos"_s;
+inline const QString mainControlCard = u"Ohjaus"_s;
+inline const QString mainStart = u"Aloita"_s;
+inline const QString mainStop = u"Lopeta"_s;
+inline const QString mainTranscriptCard = u"Transkriptio"_s;
+inline const QString mainTranscriptEmpty = u"Transkriptio ilmestyy tähän tallennuksen aikana."_s;
 
 } // namespace vesnara::UiText

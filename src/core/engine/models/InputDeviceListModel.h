@@ -6,7 +6,7 @@
 namespace vesnara {
 
 /// The microphone picker's devices, after its Auto entry (`autoDeviceLabel`, id 0).
-class InputDeviceListModel final : public KeyedListModel<AudioInputDeviceOption> {
+class InputDeviceListModel : public KeyedListModel<AudioInputDeviceOption> {
     Q_OBJECT
     Q_PROPERTY(QString recommendedInputDeviceName READ recommendedInputDeviceName WRITE
                    setRecommendedInputDeviceName NOTIFY autoDeviceLabelChanged)

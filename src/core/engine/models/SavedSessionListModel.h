@@ -7,7 +7,7 @@ namespace vesnara {
 
 /// The session history as the screen lists it, in the order given (newest first). A refresh
 /// changes only the rows that changed: one more saved session is one inserted row.
-class SavedSessionListModel final : public KeyedListModel<SavedSessionListItem> {
+class SavedSessionListModel : public KeyedListModel<SavedSessionListItem> {
     Q_OBJECT
 
 public:

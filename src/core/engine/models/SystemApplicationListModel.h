@@ -6,7 +6,7 @@
 namespace vesnara {
 
 /// The application picker's applications, after its Auto entry (`autoLabel`, the empty id).
-class SystemApplicationListModel final : public KeyedListModel<SystemAudioApplicationOption> {
+class SystemApplicationListModel : public KeyedListModel<SystemAudioApplicationOption> {
     Q_OBJECT
     Q_PROPERTY(QString autoLabel READ autoLabel CONSTANT)
 

@@ -6,7 +6,7 @@
 namespace vesnara {
 
 /// The system audio source picker's outputs, after its Auto entry (`autoLabel`, id 0).
-class SystemDisplayListModel final : public KeyedListModel<SystemAudioDisplayOption> {
+class SystemDisplayListModel : public KeyedListModel<SystemAudioDisplayOption> {
     Q_OBJECT
     Q_PROPERTY(QString autoLabel READ autoLabel CONSTANT)
 

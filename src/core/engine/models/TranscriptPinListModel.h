@@ -13,7 +13,7 @@ namespace vesnara {
 /// The pins as the screen lists them: ascending by time, pins of equal time in the order they
 /// came (the order of `pinsSortedByTimestamp`). Adding, deleting, renaming and relinking change
 /// single rows; only a whole replacement resets the list.
-class TranscriptPinListModel final : public KeyedListModel<TranscriptPin> {
+class TranscriptPinListModel : public KeyedListModel<TranscriptPin> {
     Q_OBJECT
 
 public:

@@ -14,7 +14,7 @@ namespace vesnara {
 /// The transcript's final lines as the screen lists them, in time order. A new line is one
 /// inserted row at its place in time; only a whole replacement (a loaded session, a cleared
 /// transcript) resets the list.
-class TranscriptSegmentListModel final : public ListModelBase {
+class TranscriptSegmentListModel : public ListModelBase {
     Q_OBJECT
     Q_PROPERTY(QString transcriptText READ transcriptText NOTIFY transcriptTextChanged)
     Q_PROPERTY(qsizetype wordCount READ wordCount NOTIFY wordCountChanged)

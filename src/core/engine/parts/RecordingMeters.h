@@ -12,7 +12,7 @@ namespace vesnara {
 /// The figures of the recording on screen: what went out, how loud each source was, and when
 /// the server last spoke. The engine counts into it; the screens read it, and the supervision
 /// of the sources judges by it.
-class RecordingMeters final : public QObject {
+class RecordingMeters : public QObject {
     Q_OBJECT
     Q_PROPERTY(qint64 audioFramesSent READ audioFramesSent NOTIFY audioFramesSentChanged)
     Q_PROPERTY(double outgoingAudioLevel READ outgoingAudioLevel NOTIFY outgoingAudioLevelChanged)

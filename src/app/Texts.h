@@ -1,0 +1,62 @@
+#pragma once
+
+#include "text/UiText.h"
+
+#include <QObject>
+#include <QQmlEngine>
+
+namespace vesnara {
+
+/// The catalogue's texts for the screens, accessible names included: QML shows these and never
+/// a literal of its own.
+class Texts : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+    Q_PROPERTY(QString checkingLogin READ checkingLogin CONSTANT)
+    Q_PROPERTY(QString brandWordmark READ brandWordmark CONSTANT)
+    Q_PROPERTY(QString brandLogoName READ brandLogoName CONSTANT)
+    Q_PROPERTY(QString loginTitle READ loginTitle CONSTANT)
+    Q_PROPERTY(QString loginSubtitle READ loginSubtitle CONSTANT)
+    Q_PROPERTY(QString loginEmailLabel READ loginEmailLabel CONSTANT)
+    Q_PROPERTY(QString loginEmailPlaceholder READ loginEmailPlaceholder CONSTANT)
+    Q_PROPERTY(QString loginPasswordLabel READ loginPasswordLabel CONSTANT)
+    Q_PROPERTY(QString loginRememberSession READ loginRememberSession CONSTANT)
+    Q_PROPERTY(QString loginBusy READ loginBusy CONSTANT)
+    Q_PROPERTY(QString loginForgotPassword READ loginForgotPassword CONSTANT)
+    Q_PROPERTY(QString mainHeading READ mainHeading CONSTANT)
+    Q_PROPERTY(QString mainSubtitle READ mainSubtitle CONSTANT)
+    Q_PROPERTY(QString mainRealtimeBadge READ mainRealtimeBadge CONSTANT)
+    Q_PROPERTY(QString mainLogout READ mainLogout CONSTANT)
+    Q_PROPERTY(QString mainControlCard READ mainControlCard CONSTANT)
+    Q_PROPERTY(QString mainStart READ mainStart CONSTANT)
+    Q_PROPERTY(QString mainStop READ mainStop CONSTANT)
+    Q_PROPERTY(QString mainTranscriptCard READ mainTranscriptCard CONSTANT)
+    Q_PROPERTY(QString mainTranscriptEmpty READ mainTranscriptEmpty CONSTANT)
+
+public:
+    explicit Texts(QObject* parent = nullptr);
+
+    static QString checkingLogin() { return UiText::checkingLogin; }
+    static QString brandWordmark() { return UiText::brandWordmark; }
+    static QString brandLogoName() { return UiText::brandLogoName; }
+    static QString loginTitle() { return UiText::loginTitle; }
+    static QString loginSubtitle() { return UiText::loginSubtitle; }
+    static QString loginEmailLabel() { return UiText::loginEmailLabel; }
+    static QString loginEmailPlaceholder() { return UiText::loginEmailPlaceholder; }
+    static QString loginPasswordLabel() { return UiText::loginPasswordLabel; }
+    static QString loginRememberSession() { return UiText::loginRememberSession; }
+    static QString loginBusy() { return UiText::loginBusy; }
+    static QString loginForgotPassword() { return UiText::loginForgotPassword; }
+    static QString mainHeading() { return UiText::mainHeading; }
+    static QString mainSubtitle() { return UiText::mainSubtitle; }
+    static QString mainRealtimeBadge() { return UiText::mainRealtimeBadge; }
+    static QString mainLogout() { return UiText::mainLogout; }
+    static QString mainControlCard() { return UiText::mainControlCard; }
+    static QString mainStart() { return UiText::mainStart; }
+    static QString mainStop() { return UiText::mainStop; }
+    static QString mainTranscriptCard() { return UiText::mainTranscriptCard; }
+    static QString mainTranscriptEmpty() { return UiText::mainTranscriptEmpty; }
+};
+
+} // namespace vesnara

@@ -1,0 +1,193 @@
+// The real window through the composition root, on the offscreen platform with the software
+// renderer: controls are found by their accessible names (a missing name fails) and driven by
+// mouse and keys, from the start check through the login to a recording with lines. Each
+// screen is saved as a PNG under the build directory for a look.
+#include "AppHarness.h"
+#include "engine/parts/AudioSources.h"
+#include "engine/parts/SessionTranscript.h"
+#include "refbackend/ScriptedRecognizer.h"
+#include "text/UiText.h"
+
+#include <QAccessible>
+#include <QDir>
+#include <QGuiApplication>
+#include <QPalette>
+#include <QQmlApplicationEngine>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QSet>
+
+using namespace vesnara;
+using namespace vesnara::test;
+using refbackend::ScriptedEvent;
+
+namespace {
+
+QAccessibleInterface* findAccessible(QAccessibleInterface* node, const QString& name,
+                                     QAccessible::Role role) {
+    if (!node)
+        return nullptr;
+    if (node->role() == role && node->text(QAccessible::Name) == name && !node->state().invisible)
+        return node;
+    for (int i = 0; i < node->childCount(); ++i) {
+        if (QAccessibleInterface* found = findAccessible(node->child(i), name, role))
+            return found;
+    }
+    return nullptr;
+}
+
+QQuickItem* findItem(QQuickItem* item, const QString& objectName) {
+    if (item->objectName() == objectName)
+        return item;
+    for (QQuickItem* child : item->childItems()) {
+        if (QQuickItem* found = findItem(child, objectName))
+            return found;
+    }
+    return nullptr;
+}
+
+bool showsText(QQuickItem* item, const QString& text) {
+    if (item->isVisible() && item->property("text").toString() == text)
+        return true;
+    const QList<QQuickItem*> children = item->childItems();
+    return std::any_of(children.begin(), children.end(),
+                       [&text](QQuickItem* child) { return showsText(child, text); });
+}
+
+} // namespace
+
+class AppWindowTest : public QObject {
+    Q_OBJECT
+
+    QQuickWindow* m_window = nullptr;
+
+    QQuickItem* control(const QString& name, QAccessible::Role role) {
+        QAccessibleInterface* found =
+            findAccessible(QAccessible::queryAccessibleInterface(m_window), name, role);
+        return found ? qobject_cast<QQuickItem*>(found->object()) : nullptr;
+    }
+
+    void click(QQuickItem* item) {
+        const QPointF centre = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
+        QTest::mouseClick(m_window, Qt::LeftButton, {}, centre.toPoint());
+    }
+
+    void type(QQuickItem* field, const QString& text) {
+        click(field);
+        QTRY_VERIFY(field->hasActiveFocus());
+        for (const QChar character : text)
+            QTest::sendKeyEvent(QTest::Click, m_window, Qt::Key_unknown, QString(character),
+                                Qt::NoModifier);
+    }
+
+    // Saves the window; fails for an image of one or two colours, which nothing drew on.
+    void screenshot(const QString& name) {
+        const QImage image = m_window->grabWindow();
+        QVERIFY(!image.isNull());
+        QSet<QRgb> colours;
+        for (int y = 0; y < image.height(); y += 4) {
+            for (int x = 0; x < image.width(); x += 4)
+                colours.insert(image.pixel(x, y));
+        }
+        QVERIFY2(colours.size() > 8, qPrintable(name));
+        QDir().mkpath(QStringLiteral(VESNARA_SCREENSHOT_DIR));
+        QVERIFY(image.save(QStringLiteral(VESNARA_SCREENSHOT_DIR) + u'/' + name + u".png"_s));
+    }
+
+private Q_SLOTS:
+    void initTestCase() { QAccessible::setActive(true); }
+
+    void loginThenRecordAndStop() {
+        AppHarness h;
+        VesnaraApplication& application = h.make();
+        QQmlApplicationEngine engine;
+        QVERIFY(application.load(engine));
+        m_window = qobject_cast<QQuickWindow*>(engine.rootObjects().constFirst());
+        QVERIFY(m_window);
+        QCOMPARE(m_window->minimumSize(), QSize(980, 720));
+        m_window->requestActivate();
+        QVERIFY(QTest::qWaitForWindowExposed(m_window));
+
+        QQuickItem* email = nullptr;
+        QTRY_VERIFY_WITH_TIMEOUT(
+            (email = control(UiText::loginEmailLabel, QAccessible::EditableText)), kEngineWaitMs);
+        QQuickItem* password = control(UiText::loginPasswordLabel, QAccessible::EditableText);
+        QVERIFY(password);
+        QVERIFY(control(UiText::loginTitle, QAccessible::Button));
+        QVERIFY(control(UiText::loginRememberSession, QAccessible::CheckBox));
+        QVERIFY(control(UiText::loginForgotPassword, QAccessible::Button));
+        QVERIFY(!control(UiText::mainStart, QAccessible::Button));
+        QTRY_VERIFY(email->hasActiveFocus());
+        screenshot(u"login"_s);
+
+        // A wrong password by the button: the service's words in red, both fields kept.
+        type(email, AppHarness::email);
+        type(password, u"väärä-salasana"_s);
+        click(control(UiText::loginTitle, QAccessible::Button));
+        QQuickItem* error = findItem(m_window->contentItem(), u"loginError"_s);
+        QVERIFY(error);
+        QTRY_VERIFY_WITH_TIMEOUT(error->isVisible(), kEngineWaitMs);
+        QVERIFY(!error->property("text").toString().isEmpty());
+        QCOMPARE(email->property("text").toString(), AppHarness::email);
+        QCOMPARE(password->property("text").toString(), u"väärä-salasana"_s);
+        screenshot(u"login-error"_s);
+
+        // The right one by Return, replacing what was typed.
+        click(password);
+        QTest::keyClick(m_window, Qt::Key_End);
+        for (int i = 0; i < 64 && !password->property("text").toString().isEmpty(); ++i)
+            QTest::keyClick(m_window, Qt::Key_Backspace);
+        type(password, AppHarness::password);
+        QCOMPARE(password->property("text").toString(), AppHarness::password);
+        QVERIFY(!password->property("displayText").toString().contains(AppHarness::password));
+        QTest::keyClick(m_window, Qt::Key_Return);
+
+        QQuickItem* start = nullptr;
+        QTRY_VERIFY_WITH_TIMEOUT((start = control(UiText::mainStart, QAccessible::Button)),
+                                 kEngineWaitMs);
+        QQuickItem* stop = control(UiText::mainStop, QAccessible::Button);
+        QVERIFY(stop);
+        QVERIFY(control(UiText::mainLogout, QAccessible::Button));
+        TranscriptionViewModel& vm = application.viewModel();
+        QTRY_VERIFY_WITH_TIMEOUT(start->isEnabled(), kEngineWaitMs);
+        QVERIFY(!stop->isEnabled());
+        screenshot(u"main-idle"_s);
+
+        h.server.backend().setScript(
+            {ScriptedEvent::afterFrames(
+                 3, finalEvent(u"Hyvää huomenta kaikille"_s, u"2026-01-02T10:00:00Z"_s)),
+             ScriptedEvent::afterFrames(
+                 6, finalEvent(u"Aloitetaan kokous"_s, u"2026-01-02T10:00:04Z"_s))});
+        vm.sources()->setInputMode(AudioInputMode::microphone);
+        click(start);
+        QTRY_VERIFY_WITH_TIMEOUT(vm.isRecording(), kEngineWaitMs);
+        QTRY_VERIFY_WITH_TIMEOUT(stop->isEnabled(), kEngineWaitMs);
+        h.microphoneBackend.play(toneBuffers(20, 0.3f), 5ms);
+
+        auto* lines = findItem(m_window->contentItem(), u"transcriptLines"_s);
+        QVERIFY(lines);
+        QTRY_COMPARE_WITH_TIMEOUT(lines->property("count").toInt(), 2, kEngineWaitMs);
+        QTRY_VERIFY_WITH_TIMEOUT(showsText(lines, u"Aloitetaan kokous"_s), kEngineWaitMs);
+        screenshot(u"main-recording"_s);
+
+        // The scheme follows the palette while the window is up.
+        const QPalette original = QGuiApplication::palette();
+        QPalette dark;
+        dark.setColor(QPalette::Window, QColor(36, 36, 38));
+        dark.setColor(QPalette::Base, QColor(50, 50, 52));
+        dark.setColor(QPalette::WindowText, QColor(235, 235, 235));
+        QGuiApplication::setPalette(dark);
+        QTRY_COMPARE(m_window->color(), QColor(36, 36, 38));
+        screenshot(u"main-recording-dark"_s);
+        QGuiApplication::setPalette(original);
+
+        click(stop);
+        QTRY_VERIFY_WITH_TIMEOUT(!vm.isRecording(), kEngineWaitMs);
+        QTRY_VERIFY_WITH_TIMEOUT(start->isEnabled(), kEngineWaitMs);
+        QCOMPARE(lines->property("count").toInt(), 2);
+        m_window = nullptr;
+    }
+};
+
+QTEST_MAIN(AppWindowTest)
+#include "tst_app_window.moc"
