@@ -2,11 +2,17 @@
 // events, their times, and what a missing model does.
 #include "refbackend/PocketSphinxDecoder.h"
 #include "refbackend/PocketSphinxRecognizer.h"
+#include "support/RefBackendFixture.h"
 #include "support/SpeechClips.h"
+#include "support/TestHttp.h"
 
+#include <QJsonDocument>
 #include <QJsonObject>
+#include <QNetworkAccessManager>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QWebSocket>
 
 using namespace Qt::StringLiterals;
 using namespace vesnara;
@@ -203,6 +209,67 @@ private Q_SLOTS:
                  qPrintable(error));
         QCOMPARE(PocketSphinxDecoder::probe(PocketSphinxDecoder::defaultModelDirectory()),
                  QString());
+    }
+
+    // One session's decoder with a long backlog holds up neither the server nor another
+    // session: the other's start is answered and a request served while the first still has
+    // most of its audio to decode. Each copy of the clip, with a second of silence after it, is
+    // an utterance of its own, so the first session's final count says how far it has got.
+    void aBusyDecoderHoldsUpOnlyItsOwnSession() {
+        constexpr int kCopies = 20;
+        RefBackendFixture server(RecognizerKind::pocketsphinx);
+        QVERIFY(server.isListening());
+        QNetworkAccessManager network;
+        const auto openSession = [&](QWebSocket& socket, QList<QJsonObject>& events) {
+            const HttpAnswer created =
+                httpCall(network, "POST", server->baseUrl().resolved(QUrl(u"/v1/sessions"_s)),
+                         R"({"language":"en-US","enableInterim":true,"sttModel":"chirp_3",
+                    "enableSpeakerDiarization":false,"speakerCount":0})",
+                         {{"x-api-key", server.config().apiKey.toUtf8()},
+                          {"x-auth-token", server.token().toUtf8()}});
+            connect(&socket, &QWebSocket::textMessageReceived, this,
+                    [&events](const QString& text) {
+                        events.append(QJsonDocument::fromJson(text.toUtf8()).object());
+                    });
+            QSignalSpy connected(&socket, &QWebSocket::connected);
+            socket.open(QUrl(created.json().value(u"wsUrl"_s).toString()));
+            if (!connected.wait(kWaitMs))
+                return false;
+            socket.sendTextMessage(uR"({"type":"start","language":"en-US"})"_s);
+            return true;
+        };
+        const auto finals = [](const QList<QJsonObject>& events) {
+            return std::count_if(events.cbegin(), events.cend(), [](const QJsonObject& event) {
+                return event.value(u"type"_s).toString() == u"final"_s;
+            });
+        };
+
+        QWebSocket busy;
+        QList<QJsonObject> busyEvents;
+        QVERIFY(openSession(busy, busyEvents));
+        const QByteArray copy = m_pcm + QByteArray(32000, '\0');
+        for (int i = 0; i < kCopies; ++i) {
+            for (qsizetype at = 0; at < copy.size(); at += 3200)
+                busy.sendBinaryMessage(copy.mid(at, 3200));
+        }
+        // The server answers the ping after it has handled everything sent before it.
+        QSignalSpy pong(&busy, &QWebSocket::pong);
+        busy.ping();
+        QVERIFY(pong.wait(kWaitMs));
+
+        QWebSocket other;
+        QList<QJsonObject> otherEvents;
+        QVERIFY(openSession(other, otherEvents));
+        QTRY_VERIFY_WITH_TIMEOUT(!otherEvents.isEmpty(), kWaitMs);
+        QCOMPARE(otherEvents.first().value(u"state"_s).toString(), u"listening"_s);
+        QCOMPARE(httpCall(network, "GET", server->baseUrl().resolved(QUrl(u"/health"_s))).status,
+                 200);
+        qInfo("the busy session had %d of its %d utterances when the other was served",
+              int(finals(busyEvents)), kCopies);
+        QVERIFY2(finals(busyEvents) < kCopies / 2,
+                 qPrintable(u"%1 finals already"_s.arg(finals(busyEvents))));
+        // It does get on with its own work.
+        QTRY_VERIFY_WITH_TIMEOUT(finals(busyEvents) >= 1, kWaitMs);
     }
 
     // The owner may go while a backlog is still queued (a session deleted mid-recording).
