@@ -57,11 +57,11 @@ public:
                 pcm = std::move(m_queue.front());
                 m_queue.pop_front();
             }
-            if (!m_decoder && !m_loadFailed) {
+            if (!m_decoder && !m_failed) {
                 QString error;
                 m_decoder = PocketSphinxDecoder::create(m_modelDirectory, &error);
-                m_loadFailed = !m_decoder;
-                if (m_loadFailed)
+                m_failed = !m_decoder;
+                if (m_failed)
                     send(QJsonObject{
                         {u"type"_s, u"error"_s},
                         {u"message"_s, u"Puheentunnistin ei käynnistynyt: "_s + error}});
@@ -96,6 +96,9 @@ private:
         const qint64 chunkStart = m_samples;
         m_samples += qint64(samples.size());
         if (!m_decoder->process(samples)) {
+            // Once is enough: the rest of the session's audio is dropped.
+            m_decoder.reset();
+            m_failed = true;
             send(QJsonObject{{u"type"_s, u"error"_s},
                              {u"message"_s, u"Puheentunnistin ei pystynyt käsittelemään ääntä"_s}});
             return;
@@ -155,7 +158,7 @@ private:
 
     // The worker thread's own.
     std::unique_ptr<PocketSphinxDecoder> m_decoder;
-    bool m_loadFailed = false;
+    bool m_failed = false; // no decoder, for good
     int m_pendingByte = -1;
     qint64 m_samples = 0;
     bool m_inUtterance = false;

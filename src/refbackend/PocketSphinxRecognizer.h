@@ -19,9 +19,9 @@ namespace vesnara::refbackend {
 /// with the session start plus the utterance's sample offset. Utterances with no words give no
 /// final. Time is counted in samples received, as in the other recognisers.
 ///
-/// The decoder is loaded on the worker at the first audio; a model that cannot be loaded is
-/// reported once as {"type":"error","message":…} naming what is missing, and the audio is then
-/// dropped.
+/// The decoder is loaded on the worker at the first audio; a model that cannot be loaded, or a
+/// decoder that fails, is reported once as {"type":"error","message":…} saying why, and the
+/// session's audio is then dropped.
 class PocketSphinxRecognizer final : public Recognizer {
 public:
     static constexpr int kPartialIntervalMs = 300;

@@ -35,7 +35,7 @@ struct RefBackendOptions {
     /// The `x-api-key` every speech request must carry.
     QString apiKey;
     RecognizerKind recognizer = RecognizerKind::energy;
-    /// The pocketsphinx model (pocketsphinx recogniser only).
+    /// The pocketsphinx model (pocketsphinx recogniser only); empty for the Debian package's.
     QString speechModelDirectory;
     QHostAddress address = QHostAddress::LocalHost;
     /// 0 picks a free port.

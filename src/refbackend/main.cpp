@@ -131,6 +131,12 @@ int main(int argc, char* argv[]) {
         return usageError(
             u"--recognizer wants energy, pocketsphinx or scripted, not \"%1\""_s.arg(recognizer));
     options.speechModelDirectory = parser.value(speechModelOption);
+
+    // The value is not echoed: it holds a password.
+    const QString demo = parser.value(demoUserOption);
+    const qsizetype colon = demo.indexOf(u':');
+    if (parser.isSet(demoUserOption) && (colon <= 0 || colon == demo.size() - 1))
+        return usageError(u"--demo-user wants email:password"_s);
     if (options.recognizer == RecognizerKind::pocketsphinx) {
         // Load it once now, so a missing or broken model is reported here and not at the first
         // recording.
@@ -140,12 +146,6 @@ int main(int argc, char* argv[]) {
             return 1;
         }
     }
-
-    // The value is not echoed: it holds a password.
-    const QString demo = parser.value(demoUserOption);
-    const qsizetype colon = demo.indexOf(u':');
-    if (parser.isSet(demoUserOption) && (colon <= 0 || colon == demo.size() - 1))
-        return usageError(u"--demo-user wants email:password"_s);
 
     RefBackend backend(options);
     for (const QString& token : parser.values(tokenOption))
