@@ -24,8 +24,9 @@ class Recognizer;
 class SessionRegistry;
 
 enum class RecognizerKind {
-    scripted, ///< tests script the exact events
-    energy,   ///< reports detected speech segments with their length; does not transcribe
+    scripted,     ///< tests script the exact events
+    energy,       ///< reports detected speech segments with their length; does not transcribe
+    pocketsphinx, ///< transcribes English speech locally with pocketsphinx
 };
 
 struct RefBackendOptions {
@@ -34,6 +35,8 @@ struct RefBackendOptions {
     /// The `x-api-key` every speech request must carry.
     QString apiKey;
     RecognizerKind recognizer = RecognizerKind::energy;
+    /// The pocketsphinx model (pocketsphinx recogniser only); empty for the Debian package's.
+    QString speechModelDirectory;
     QHostAddress address = QHostAddress::LocalHost;
     /// 0 picks a free port.
     quint16 port = 0;

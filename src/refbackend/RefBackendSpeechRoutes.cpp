@@ -242,12 +242,16 @@ HttpReply RefBackend::summaryDocx(const RecordedRequest& request, const QString&
 HttpReply RefBackend::health() const {
     if (m_faults.healthAnswer)
         return HttpReply::json(*m_faults.healthAnswer);
-    const bool scripted = m_options.recognizer == RecognizerKind::scripted;
+    QString model = u"energy-vad"_s;
+    if (m_options.recognizer == RecognizerKind::scripted)
+        model = u"scripted"_s;
+    else if (m_options.recognizer == RecognizerKind::pocketsphinx)
+        model = u"pocketsphinx-en-us"_s;
     return HttpReply::json(QJsonObject{
         {u"ok"_s, true},
         {u"time"_s, Timestamp::now().toIso8601()},
         {u"openAIConfigured"_s, false},
-        {u"openAIModel"_s, scripted ? u"scripted"_s : u"energy-vad"_s},
+        {u"openAIModel"_s, model},
         {u"memoAI"_s, QJsonObject{{u"configured"_s, true}, {u"model"_s, u"extractive"_s}}},
     });
 }

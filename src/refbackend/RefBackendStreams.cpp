@@ -1,5 +1,7 @@
 // The audio stream side of the reference backend: WebSocket connections on the HTTP port.
 #include "refbackend/EnergyRecognizer.h"
+#include "refbackend/PocketSphinxDecoder.h"
+#include "refbackend/PocketSphinxRecognizer.h"
 #include "refbackend/RefBackend.h"
 #include "refbackend/RefHttpServer.h"
 #include "refbackend/SessionRegistry.h"
@@ -90,10 +92,20 @@ void RefBackend::openStream(std::unique_ptr<QWebSocket> socket) {
 Recognizer& RefBackend::recognizerFor(const ServerSession& session) {
     auto& recognizer = m_recognizers[session.id];
     if (!recognizer) {
-        if (m_options.recognizer == RecognizerKind::scripted)
+        switch (m_options.recognizer) {
+        case RecognizerKind::scripted:
             recognizer = std::make_unique<ScriptedRecognizer>(m_script);
-        else
+            break;
+        case RecognizerKind::energy:
             recognizer = std::make_unique<EnergyRecognizer>(session.createdAt);
+            break;
+        case RecognizerKind::pocketsphinx:
+            recognizer = std::make_unique<PocketSphinxRecognizer>(
+                session.createdAt, m_options.speechModelDirectory.isEmpty()
+                                       ? PocketSphinxDecoder::defaultModelDirectory()
+                                       : m_options.speechModelDirectory);
+            break;
+        }
         recognizer->setEventSink(
             [this, id = session.id](const QJsonObject& event) { deliverEvent(id, event); });
     }

@@ -1,5 +1,6 @@
 // vesnara-refbackend: the reference backend as a process.
 #include "model/DeploymentDefaults.h"
+#include "refbackend/PocketSphinxDecoder.h"
 #include "refbackend/RefBackend.h"
 
 #include <QCommandLineParser>
@@ -76,8 +77,12 @@ int main(int argc, char* argv[]) {
                                        u"key"_s,
                                        QString::fromUtf16(DeploymentDefaults::sharedAPIKey));
     const QCommandLineOption recognizerOption(
-        u"recognizer"_s, u"energy (detects speech) or scripted (silent until scripted)."_s,
+        u"recognizer"_s,
+        u"energy (detects speech), pocketsphinx (transcribes English) or scripted (silent until scripted)."_s,
         u"kind"_s, u"energy"_s);
+    const QCommandLineOption speechModelOption(
+        u"speech-model"_s, u"The pocketsphinx model directory of the pocketsphinx recognizer."_s,
+        u"directory"_s, PocketSphinxDecoder::defaultModelDirectory());
     const QCommandLineOption tokenOption(
         u"token"_s, u"A session token to accept (repeatable), for the user demo@vesnara.local."_s,
         u"token"_s);
@@ -92,7 +97,7 @@ int main(int argc, char* argv[]) {
         u"Seconds after which a session whose stream closed without a stop is stopped (0 = never)."_s,
         u"seconds"_s, u"120"_s);
     parser.addOptions({portOption, bindOption, dataOption, keyOption, recognizerOption, tokenOption,
-                       demoUserOption, adminKeyOption, idleStopOption});
+                       demoUserOption, adminKeyOption, idleStopOption, speechModelOption});
     parser.process(app);
 
     RefBackendOptions options;
@@ -116,16 +121,31 @@ int main(int argc, char* argv[]) {
             parser.value(idleStopOption)));
     options.idleStopLimit = std::chrono::milliseconds(std::llround(idleSeconds * 1000.0));
     const QString recognizer = parser.value(recognizerOption);
-    if (recognizer != u"energy"_s && recognizer != u"scripted"_s)
-        return usageError(u"--recognizer wants energy or scripted, not \"%1\""_s.arg(recognizer));
-    options.recognizer =
-        recognizer == u"scripted"_s ? RecognizerKind::scripted : RecognizerKind::energy;
+    if (recognizer == u"energy"_s)
+        options.recognizer = RecognizerKind::energy;
+    else if (recognizer == u"scripted"_s)
+        options.recognizer = RecognizerKind::scripted;
+    else if (recognizer == u"pocketsphinx"_s)
+        options.recognizer = RecognizerKind::pocketsphinx;
+    else
+        return usageError(
+            u"--recognizer wants energy, pocketsphinx or scripted, not \"%1\""_s.arg(recognizer));
+    options.speechModelDirectory = parser.value(speechModelOption);
 
     // The value is not echoed: it holds a password.
     const QString demo = parser.value(demoUserOption);
     const qsizetype colon = demo.indexOf(u':');
     if (parser.isSet(demoUserOption) && (colon <= 0 || colon == demo.size() - 1))
         return usageError(u"--demo-user wants email:password"_s);
+    if (options.recognizer == RecognizerKind::pocketsphinx) {
+        // Load it once now, so a missing or broken model is reported here and not at the first
+        // recording.
+        if (const QString error = PocketSphinxDecoder::probe(options.speechModelDirectory);
+            !error.isEmpty()) {
+            std::fprintf(stderr, "vesnara-refbackend: %s\n", qPrintable(error));
+            return 1;
+        }
+    }
 
     RefBackend backend(options);
     for (const QString& token : parser.values(tokenOption))

@@ -2,6 +2,8 @@
 // loopback, the command lines it refuses, and its orderly end on SIGTERM and SIGINT.
 #include "model/DeploymentDefaults.h"
 #include "refbackend/ChildProcess.h"
+#include "refbackend/PocketSphinxDecoder.h"
+#include "support/SpeechClips.h"
 #include "support/TestHttp.h"
 
 #include <QFileInfo>
@@ -178,7 +180,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("secret");
         QTest::newRow("unknown recogniser")
             << QStringList{u"--recognizer"_s, u"whisper"_s} << 2
-            << u"--recognizer wants energy or scripted"_s << QString();
+            << u"--recognizer wants energy, pocketsphinx or scripted"_s << QString();
         QTest::newRow("port not a number")
             << QStringList{u"--port"_s, u"http"_s} << 2 << u"--port wants a number"_s << QString();
         QTest::newRow("port out of range")
@@ -199,6 +201,10 @@ private Q_SLOTS:
             << u"--idle-stop-after wants seconds"_s << QString();
         QTest::newRow("idle limit negative") << QStringList{u"--idle-stop-after"_s, u"-1"_s} << 2
                                              << u"--idle-stop-after wants seconds"_s << QString();
+        QTest::newRow("speech model missing")
+            << QStringList{u"--recognizer"_s, u"pocketsphinx"_s, u"--speech-model"_s,
+                           u"/nonexistent/vesnara-model"_s}
+            << 1 << u"speech model not found: /nonexistent/vesnara-model"_s << QString();
         QTest::newRow("unknown option")
             << QStringList{u"--colour"_s, u"blue"_s} << 1 << u"colour"_s << QString();
     }
@@ -351,6 +357,68 @@ private Q_SLOTS:
         QVERIFY(stop(backend));
     }
 
+    // Recorded English over the stream: partials of the running hypothesis, then a final that
+    // the session's transcript keeps.
+    void pocketsphinxTranscribesTheStream() {
+        const QString model = refbackend::PocketSphinxDecoder::defaultModelDirectory();
+        if (const QString missing = refbackend::PocketSphinxDecoder::missingModelPath(model);
+            !missing.isEmpty())
+            QSKIP(qPrintable(u"no speech model (scripts/setup installs it): "_s + missing));
+        QString error;
+        const QList<SpeechClip> clips = speechClips(librivoxDirectory(), &error);
+        if (clips.isEmpty())
+            QSKIP(qPrintable(error));
+        // The shortest clip: the decoder runs slower than real time on a busy machine.
+        const SpeechClip& clip = *std::min_element(
+            clips.cbegin(), clips.cend(), [](const SpeechClip& a, const SpeechClip& b) {
+                return QFileInfo(a.wavPath).size() < QFileInfo(b.wavPath).size();
+            });
+
+        ChildProcess backend(kProgram);
+        const auto listening =
+            launch(backend, withData({u"--token"_s, u"eka"_s, u"--recognizer"_s, u"pocketsphinx"_s,
+                                      u"--speech-model"_s, model}));
+        QVERIFY(listening);
+        QCOMPARE(listening->captured(3), u"pocketsphinx"_s);
+        const QUrl base(listening->captured(1));
+        QCOMPARE(call("GET", base, u"/health"_s).json().value(u"openAIModel"_s).toString(),
+                 u"pocketsphinx-en-us"_s);
+        QString wsUrl;
+        const QString sessionId = createSession(base, "eka", &wsUrl);
+        QVERIFY(!sessionId.isEmpty());
+
+        QWebSocket socket;
+        QStringList types;
+        QString finalText;
+        connect(&socket, &QWebSocket::textMessageReceived, this, [&](const QString& text) {
+            const QJsonObject event = QJsonDocument::fromJson(text.toUtf8()).object();
+            types.append(event.value(u"type"_s).toString());
+            if (types.last() == u"final"_s)
+                finalText = event.value(u"text"_s).toString();
+        });
+        QVERIFY(openAndStart(socket, wsUrl));
+        const QByteArray pcm = wavPcm16(clip.wavPath) + QByteArray(32000, '\0');
+        for (qsizetype at = 0; at < pcm.size(); at += 3200)
+            socket.sendBinaryMessage(pcm.mid(at, 3200));
+        socket.sendTextMessage(QString::fromUtf8(json({{u"type"_s, u"stop"_s}})));
+        QTRY_VERIFY_WITH_TIMEOUT(types.contains(u"final"_s), 60000);
+        QCOMPARE(types.first(), u"status"_s);
+        QVERIFY2(types.indexOf(u"partial"_s) > 0 &&
+                     types.indexOf(u"partial"_s) < types.indexOf(u"final"_s),
+                 qPrintable(types.join(u' ')));
+        QVERIFY2(wordErrors(clip.reference, finalText).errors < clip.reference.count(u' '),
+                 qPrintable(finalText));
+        const QJsonArray segments =
+            speech("GET", base, u"/v1/sessions/"_s + sessionId + u"/transcript"_s, "eka")
+                .json()
+                .value(u"segments"_s)
+                .toArray();
+        QVERIFY(!segments.isEmpty());
+        QCOMPARE(segments.first().toObject().value(u"text"_s).toString(), finalText);
+        socket.close();
+        QVERIFY(stop(backend));
+    }
+
     // A client killed mid-recording: its stream drops without a stop message or a stop request.
     // After the idle limit the session is stopped and keeps what the recogniser heard.
     void aStreamGoneWithoutAStopEndsItsSession() {
@@ -479,9 +547,10 @@ private Q_SLOTS:
         QTest::addColumn<QString>("option");
         QTest::addColumn<QStringList>("says");
         QTest::newRow("help") << u"--help"_s
-                              << QStringList{u"--port"_s,      u"--bind"_s,       u"--data-dir"_s,
-                                             u"--api-key"_s,   u"--recognizer"_s, u"--token"_s,
-                                             u"--demo-user"_s, u"--admin-key"_s,  u"--version"_s};
+                              << QStringList{u"--port"_s,        u"--bind"_s,       u"--data-dir"_s,
+                                             u"--api-key"_s,     u"--recognizer"_s, u"--token"_s,
+                                             u"--demo-user"_s,   u"--admin-key"_s,  u"--version"_s,
+                                             u"--speech-model"_s};
         QTest::newRow("version") << u"--version"_s
                                  << QStringList{u"vesnara-refbackend "_s +
                                                 QString::fromUtf8(VESNARA_VERSION)};

@@ -123,6 +123,37 @@ private Q_SLOTS:
         QCOMPARE(processesWithArgument(m_directory->filePath(u"data"_s)), QList<qint64>{});
     }
 
+    // Transcription where the speech model is installed, the speech detector where it is not;
+    // one line says which.
+    void recognisesEnglishWhereTheModelIs_data() {
+        QTest::addColumn<QString>("model");
+        QTest::addColumn<QString>("says");
+        QTest::addColumn<QString>("recognizer");
+        QTest::newRow("installed model")
+            << QString() << u"local speech recognition is English"_s << u"pocketsphinx"_s;
+        QTest::newRow("no model") << u"/nonexistent/vesnara-model"_s
+                                  << u"no speech model at /nonexistent/vesnara-model"_s
+                                  << u"energy"_s;
+    }
+    void recognisesEnglishWhereTheModelIs() {
+        QFETCH(QString, model);
+        QFETCH(QString, says);
+        QFETCH(QString, recognizer);
+        if (model.isEmpty() && !QFileInfo::exists(u"/usr/share/pocketsphinx/model/en-us"_s))
+            QSKIP("no speech model installed (scripts/setup installs it)");
+        ChildProcess script(kScript);
+        prepare(script, closedLoopbackPort());
+        if (!model.isEmpty())
+            script.setEnvironmentValue(u"VESNARA_SPEECH_MODEL"_s, model);
+        QVERIFY(script.start({kBuildDirectory}));
+        const QRegularExpressionMatch listening = script.waitForLine(
+            QRegularExpression(u"^vesnara-refbackend listening on .*, recognizer (\\w+)\\)$"_s));
+        QVERIFY2(listening.hasMatch(), qPrintable(script.output() + script.errorOutput()));
+        QCOMPARE(listening.captured(1), recognizer);
+        QCOMPARE(script.output().count(u"make run: "_s + says), 1);
+        QVERIFY(script.signalAndWait(SIGTERM));
+    }
+
     void aBackendThatCannotStartEndsTheScript() {
         QTcpServer occupant;
         QVERIFY(occupant.listen(QHostAddress::LocalHost, 0));
