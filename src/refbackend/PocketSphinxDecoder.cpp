@@ -5,7 +5,9 @@
 #include <QTemporaryDir>
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -84,11 +86,16 @@ QString PocketSphinxDecoder::probe(const QString& modelDirectory) {
         return u"speech model not found: "_s + missing;
     QTemporaryDir logDirectory;
     const QString logFile = logDirectory.filePath(u"decoder.log"_s);
+    const pid_t parent = ::getpid();
     const pid_t child = ::fork();
     if (child < 0)
         return u"cannot start a process to load the speech model: "_s +
                QString::fromLocal8Bit(std::strerror(errno));
     if (child == 0) {
+        // A probe outliving a backend stopped mid-load would keep the backend's command line alive.
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        if (::getppid() != parent)
+            ::_exit(1);
         QString error;
         ::_exit(create(modelDirectory, &error, logFile) ? 0 : 1);
     }
