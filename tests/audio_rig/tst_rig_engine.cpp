@@ -62,6 +62,9 @@ struct RigEngine {
 class RigEngineTest : public QObject {
     Q_OBJECT
 
+public:
+    static void initMain() { selectRigServer(); }
+
 private:
     QTemporaryDir m_dir;
     QString m_toneWav;

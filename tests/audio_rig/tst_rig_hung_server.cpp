@@ -87,6 +87,9 @@ bool listsBuiltInMicrophone(const MicrophoneCapture& capture) {
 class RigHungServerTest : public QObject {
     Q_OBJECT
 
+public:
+    static void initMain() { selectRigServer(); }
+
 private:
     QTemporaryDir m_dir;
     OwnRig m_rig;

@@ -32,6 +32,9 @@ std::optional<AudioInputDeviceOption> deviceNamed(const MicrophoneCapture& captu
 class RigMicrophoneTest : public QObject {
     Q_OBJECT
 
+public:
+    static void initMain() { selectRigServer(); }
+
 private:
     QTemporaryDir m_dir;
 
@@ -95,8 +98,9 @@ private Q_SLOTS:
         QVERIFY(
             pactl({u"load-module"_s, u"module-remap-source"_s, u"source_name=vesnara_hotplug_mic"_s,
                    u"master=mic_feed.monitor"_s,
+                   // PipeWire marks a remap source virtual unless told otherwise.
                    u"source_properties=\"device.description='Hotplug USB Mic' device.class=sound "
-                   u"device.api=alsa device.bus=usb\""_s},
+                   u"device.api=alsa device.bus=usb node.virtual=false\""_s},
                   &moduleIndex));
         QByteArray sinkModule;
         QVERIFY(pactl({u"load-module"_s, u"module-null-sink"_s, u"sink_name=vesnara_hotplug_out"_s,
@@ -132,7 +136,8 @@ private Q_SLOTS:
     void toneArrivesAtItsLevelAndAHighToneIsFiltered_data() {
         QTest::addColumn<QString>("device");
         QTest::newRow("built-in, 48 kHz") << u"Built-in Microphone"_s;
-        QTest::newRow("headset, 16 kHz") << u"Headset Microphone"_s;
+        // 16 kHz on PulseAudio; PipeWire runs the rig's headset at 48 kHz (scripts/audio-rig).
+        QTest::newRow("headset") << u"Headset Microphone"_s;
     }
     void toneArrivesAtItsLevelAndAHighToneIsFiltered() {
         QFETCH(QString, device);

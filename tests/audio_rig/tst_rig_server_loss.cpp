@@ -22,6 +22,9 @@ using namespace vesnara::rig;
 class RigServerLossTest : public QObject {
     Q_OBJECT
 
+public:
+    static void initMain() { selectRigServer(); }
+
 private:
     OwnRig m_rig;
 

@@ -33,6 +33,10 @@ constexpr double kWorstWordErrorRate = 60.0;
 class RigSpeechAccuracyTest : public QObject {
     Q_OBJECT
 
+public:
+    static void initMain() { selectRigServer(); }
+
+private:
     QList<SpeechClip> m_clips;
 
 private Q_SLOTS:

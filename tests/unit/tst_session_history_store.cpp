@@ -274,10 +274,6 @@ private Q_SLOTS:
         QVERIFY(!store.load(u"s"_s));
     }
 
-    void theDefaultDirectoryIsBelowTheUserDataDirectory() {
-        QVERIFY(SessionHistoryStore::defaultDirectory().endsWith(u"/Vesnara-Mac/sessions"_s));
-    }
-
 private:
     std::optional<QTemporaryDir> m_dir;
     QString m_sessions;

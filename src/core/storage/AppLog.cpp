@@ -1,11 +1,11 @@
 #include "storage/AppLog.h"
 
 #include "model/Timestamp.h"
+#include "storage/UserDirectories.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QStandardPaths>
 #include <QStringDecoder>
 
 #include <condition_variable>
@@ -153,12 +153,7 @@ QUrl AppLog::currentLogURL() {
 }
 
 QString AppLog::defaultLogPath() {
-    QString stateHome = qEnvironmentVariable("XDG_STATE_HOME");
-    if (stateHome.isEmpty() || QDir::isRelativePath(stateHome)) {
-        const QString home = QStandardPaths::writableLocation(QStandardPaths::HomeLocation);
-        stateHome = home.isEmpty() ? QDir::tempPath() : QDir(home).filePath(u".local/state"_s);
-    }
-    return QDir(stateHome).filePath(u"Logs/Vesnara/desktop.log"_s);
+    return UserDirectories::logFile();
 }
 
 void AppLog::setLogFilePath(const QString& filePath) {

@@ -28,8 +28,7 @@ public:
     /// The file's location, whether or not it exists yet.
     static QUrl currentLogURL();
 
-    /// `<XDG state directory>/Logs/Vesnara/desktop.log`; below the temporary directory when the
-    /// user has no home.
+    /// `UserDirectories::logFile()`: `$XDG_STATE_HOME/vesnara/desktop.log`.
     static QString defaultLogPath();
 
     /// Sends the lines written after this call to `filePath` (tests, a portable run). Ordered

@@ -3,12 +3,12 @@
 #include "model/JsonReader.h"
 #include "model/JsonWriting.h"
 #include "storage/SafeFileId.h"
+#include "storage/UserDirectories.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
-#include <QStandardPaths>
 
 #include <algorithm>
 
@@ -18,7 +18,6 @@ namespace vesnara {
 
 namespace {
 
-const QString kSessionsPath = u"Vesnara-Mac/sessions"_s;
 const QString kExtension = u"json"_s;
 
 bool hasSessionExtension(const QString& fileName) {
@@ -39,10 +38,7 @@ std::optional<SavedSession> readSession(const QString& path) {
 } // namespace
 
 QString SessionHistoryStore::defaultDirectory() {
-    QString base = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
-    if (base.isEmpty())
-        base = QDir::tempPath();
-    return QDir(base).filePath(kSessionsPath);
+    return UserDirectories::sessionsDirectory();
 }
 
 SessionHistoryStore::SessionHistoryStore(std::optional<QString> directory)

@@ -27,8 +27,7 @@ public:
 /// is refused: no file is ever read or written outside the directory.
 class SessionHistoryStore {
 public:
-    /// `<user data directory>/Vesnara-Mac/sessions`, or the same below the temporary directory
-    /// when the platform names no data directory.
+    /// `UserDirectories::sessionsDirectory()`: `$XDG_DATA_HOME/vesnara/sessions`.
     static QString defaultDirectory();
 
     /// Uses `directory`, or the default one; creates it if it is missing (failures are silent:

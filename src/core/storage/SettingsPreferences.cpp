@@ -1,5 +1,7 @@
 #include "storage/SettingsPreferences.h"
 
+#include "storage/UserDirectories.h"
+
 using namespace Qt::StringLiterals;
 
 namespace vesnara {
@@ -17,8 +19,7 @@ std::optional<QVariant> storedValue(const QSettings& settings, const QString& ke
 } // namespace
 
 SettingsPreferences::SettingsPreferences()
-    : m_settings(std::make_unique<QSettings>(QSettings::IniFormat, QSettings::UserScope,
-                                             u"Vesnara"_s, u"Vesnara"_s)) {}
+    : SettingsPreferences(UserDirectories::settingsFile()) {}
 
 SettingsPreferences::SettingsPreferences(const QString& filePath)
     : m_settings(std::make_unique<QSettings>(filePath, QSettings::IniFormat)) {}

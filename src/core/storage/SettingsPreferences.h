@@ -8,8 +8,9 @@
 
 namespace vesnara {
 
-/// Preferences kept by `QSettings` in the user's configuration directory
-/// (`~/.config/Vesnara/Vesnara.conf`), or in a file of the caller's choice.
+/// Preferences kept by `QSettings` in an INI file: the user's own
+/// (`UserDirectories::settingsFile()`, `$XDG_CONFIG_HOME/vesnara/Vesnara.conf`), or one of the
+/// caller's choice.
 class SettingsPreferences final : public Preferences {
 public:
     /// The user's own preferences.
