@@ -18,41 +18,23 @@ Sheet {
     onCloseRequested: ChangePasswordForm.close()
     onActionTriggered: ChangePasswordForm.submit()
 
-    TextField {
+    SecureField {
         id: currentField
 
-        Layout.fillWidth: true
+        name: Texts.changePasswordCurrent
         text: ChangePasswordForm.currentPassword
-        placeholderText: Texts.changePasswordCurrent
-        echoMode: TextInput.Password
-        inputMethodHints: Qt.ImhSensitiveData | Qt.ImhNoPredictiveText
-        font: Theme.brandFont(Theme.Regular, 14)
-        Accessible.role: Accessible.EditableText
-        Accessible.name: Texts.changePasswordCurrent
         onTextEdited: ChangePasswordForm.currentPassword = text
     }
 
-    TextField {
-        Layout.fillWidth: true
+    SecureField {
+        name: Texts.changePasswordNew
         text: ChangePasswordForm.newPassword
-        placeholderText: Texts.changePasswordNew
-        echoMode: TextInput.Password
-        inputMethodHints: Qt.ImhSensitiveData | Qt.ImhNoPredictiveText
-        font: Theme.brandFont(Theme.Regular, 14)
-        Accessible.role: Accessible.EditableText
-        Accessible.name: Texts.changePasswordNew
         onTextEdited: ChangePasswordForm.newPassword = text
     }
 
-    TextField {
-        Layout.fillWidth: true
+    SecureField {
+        name: Texts.changePasswordConfirm
         text: ChangePasswordForm.confirmPassword
-        placeholderText: Texts.changePasswordConfirm
-        echoMode: TextInput.Password
-        inputMethodHints: Qt.ImhSensitiveData | Qt.ImhNoPredictiveText
-        font: Theme.brandFont(Theme.Regular, 14)
-        Accessible.role: Accessible.EditableText
-        Accessible.name: Texts.changePasswordConfirm
         onTextEdited: ChangePasswordForm.confirmPassword = text
     }
 }
