@@ -139,6 +139,4 @@ Rectangle {
             }
         }
     }
-
-    PasswordResetSheet {}
 }

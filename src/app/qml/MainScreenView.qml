@@ -221,6 +221,4 @@ Rectangle {
             }
         }
     }
-
-    ChangePasswordSheet {}
 }

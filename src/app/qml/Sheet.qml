@@ -68,7 +68,6 @@ Popup {
         }
 
         Label {
-            objectName: "sheetMessage"
             Layout.fillWidth: true
             visible: sheet.message.length > 0
             text: sheet.message
@@ -80,7 +79,6 @@ Popup {
         }
 
         Label {
-            objectName: "sheetError"
             Layout.fillWidth: true
             visible: sheet.error.length > 0
             text: sheet.error
