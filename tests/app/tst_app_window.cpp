@@ -262,6 +262,14 @@ private Q_SLOTS:
         QTest::keyClick(m_window, Qt::Key_Escape);
         QTRY_VERIFY(!application.passwordResetForm().isOpen());
         QTRY_VERIFY(!control(UiText::resetSheetEmailLabel, QAccessible::EditableText));
+        // Opened again, the sheet starts without the last answer; the close button closes it.
+        const QString answer = reset.message();
+        click(control(UiText::loginForgotPassword, QAccessible::Button));
+        QTRY_VERIFY(control(UiText::resetSheetEmailLabel, QAccessible::EditableText));
+        QVERIFY(!showsText(root, answer));
+        click(control(UiText::sheetClose, QAccessible::Button));
+        QTRY_VERIFY(!control(UiText::resetSheetEmailLabel, QAccessible::EditableText));
+        QVERIFY(!reset.isOpen());
 
         QVERIFY(logIn(AppHarness::password));
         QVERIFY(!control(UiText::changePasswordCurrent, QAccessible::EditableText));
