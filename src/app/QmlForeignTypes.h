@@ -1,8 +1,8 @@
 #pragma once
 
 // The core's types as QML sees them. The core has no QML dependency; these declarations register
-// its classes from the application. The view model and `AuthManager` are singletons whose
-// instances are the application's own.
+// its classes from the application. The view model, `AuthManager` and the account sheets' forms
+// are singletons whose instances are the application's own.
 
 #include "auth/AuthManager.h"
 #include "engine/StatusLine.h"
@@ -20,6 +20,8 @@
 #include "engine/parts/SessionHistory.h"
 #include "engine/parts/SessionTranscript.h"
 #include "engine/parts/SupportTools.h"
+#include "forms/ChangePasswordForm.h"
+#include "forms/PasswordResetForm.h"
 #include "model/Enumerations.h"
 
 #include <QQmlEngine>
@@ -44,6 +46,26 @@ struct AuthManagerForeign {
 
 public:
     static AuthManager* create(QQmlEngine* engine, QJSEngine* scriptEngine);
+};
+
+struct PasswordResetFormForeign {
+    Q_GADGET
+    QML_FOREIGN(vesnara::PasswordResetForm)
+    QML_NAMED_ELEMENT(PasswordResetForm)
+    QML_SINGLETON
+
+public:
+    static PasswordResetForm* create(QQmlEngine* engine, QJSEngine* scriptEngine);
+};
+
+struct ChangePasswordFormForeign {
+    Q_GADGET
+    QML_FOREIGN(vesnara::ChangePasswordForm)
+    QML_NAMED_ELEMENT(ChangePasswordForm)
+    QML_SINGLETON
+
+public:
+    static ChangePasswordForm* create(QQmlEngine* engine, QJSEngine* scriptEngine);
 };
 
 struct StatusLineForeign {

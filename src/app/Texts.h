@@ -33,6 +33,17 @@ class Texts : public QObject {
     Q_PROPERTY(QString mainStop READ mainStop CONSTANT)
     Q_PROPERTY(QString mainTranscriptCard READ mainTranscriptCard CONSTANT)
     Q_PROPERTY(QString mainTranscriptEmpty READ mainTranscriptEmpty CONSTANT)
+    Q_PROPERTY(QString mainChangePassword READ mainChangePassword CONSTANT)
+    Q_PROPERTY(QString sheetClose READ sheetClose CONSTANT)
+    Q_PROPERTY(QString resetSheetTitle READ resetSheetTitle CONSTANT)
+    Q_PROPERTY(QString resetSheetExplanation READ resetSheetExplanation CONSTANT)
+    Q_PROPERTY(QString resetSheetEmailLabel READ resetSheetEmailLabel CONSTANT)
+    Q_PROPERTY(QString resetSend READ resetSend CONSTANT)
+    Q_PROPERTY(QString changePasswordExplanation READ changePasswordExplanation CONSTANT)
+    Q_PROPERTY(QString changePasswordCurrent READ changePasswordCurrent CONSTANT)
+    Q_PROPERTY(QString changePasswordNew READ changePasswordNew CONSTANT)
+    Q_PROPERTY(QString changePasswordConfirm READ changePasswordConfirm CONSTANT)
+    Q_PROPERTY(QString changePasswordSave READ changePasswordSave CONSTANT)
 
 public:
     explicit Texts(QObject* parent = nullptr);
@@ -57,6 +68,17 @@ public:
     static QString mainStop() { return UiText::mainStop; }
     static QString mainTranscriptCard() { return UiText::mainTranscriptCard; }
     static QString mainTranscriptEmpty() { return UiText::mainTranscriptEmpty; }
+    static QString mainChangePassword() { return UiText::mainChangePassword; }
+    static QString sheetClose() { return UiText::sheetClose; }
+    static QString resetSheetTitle() { return UiText::resetSheetTitle; }
+    static QString resetSheetExplanation() { return UiText::resetSheetExplanation; }
+    static QString resetSheetEmailLabel() { return UiText::resetSheetEmailLabel; }
+    static QString resetSend() { return UiText::resetSend; }
+    static QString changePasswordExplanation() { return UiText::changePasswordExplanation; }
+    static QString changePasswordCurrent() { return UiText::changePasswordCurrent; }
+    static QString changePasswordNew() { return UiText::changePasswordNew; }
+    static QString changePasswordConfirm() { return UiText::changePasswordConfirm; }
+    static QString changePasswordSave() { return UiText::promptSave; }
 };
 
 } // namespace vesnara

@@ -10,6 +10,8 @@
 #include "auth/AuthManager.h"
 #include "backend/HttpTransport.h"
 #include "engine/TranscriptionViewModel.h"
+#include "forms/ChangePasswordForm.h"
+#include "forms/PasswordResetForm.h"
 #include "storage/AppLog.h"
 #include "storage/STTConfigurationStore.h"
 #include "storage/SettingsPreferences.h"
@@ -59,6 +61,8 @@ struct VesnaraApplication::Parts {
     HttpTransport transport;
     std::unique_ptr<AuthManager> auth;
     std::unique_ptr<TranscriptionViewModel> viewModel;
+    std::unique_ptr<PasswordResetForm> passwordReset;
+    std::unique_ptr<ChangePasswordForm> changePassword;
 };
 
 VesnaraApplication::VesnaraApplication(AppOptions options, Platform platform, QObject* parent)
@@ -108,12 +112,21 @@ VesnaraApplication::VesnaraApplication(AppOptions options, Platform platform, QO
         *platform.systemAudioBackend, platform.historyDirectory, platform.clipboard, probe,
         platform.timing, platform.desktopServices, platform.dialogs, platform.filePanels,
         platform.downloadsDirectory, platform.temporaryDirectory});
+    parts.passwordReset = std::make_unique<PasswordResetForm>(*parts.auth);
+    parts.changePassword = std::make_unique<ChangePasswordForm>(*parts.auth);
+    // A sheet left open belongs to the screen it was opened on, not to the next login.
+    connect(parts.auth.get(), &AuthManager::isAuthenticatedChanged, this, [this] {
+        m_parts->passwordReset->close();
+        m_parts->changePassword->close();
+    });
 }
 
 VesnaraApplication::VesnaraApplication(AppOptions options)
     : VesnaraApplication(std::move(options), Platform{}) {}
 
 VesnaraApplication::~VesnaraApplication() {
+    m_parts->changePassword.reset();
+    m_parts->passwordReset.reset();
     // The view model stops its sources before the backends they run on go.
     m_parts->viewModel.reset();
     m_parts->auth.reset();
@@ -135,6 +148,14 @@ TranscriptionViewModel& VesnaraApplication::viewModel() {
 
 HttpTransport& VesnaraApplication::transport() {
     return m_parts->transport;
+}
+
+PasswordResetForm& VesnaraApplication::passwordResetForm() {
+    return *m_parts->passwordReset;
+}
+
+ChangePasswordForm& VesnaraApplication::changePasswordForm() {
+    return *m_parts->changePassword;
 }
 
 bool VesnaraApplication::load(QQmlApplicationEngine& engine) {
@@ -170,6 +191,14 @@ TranscriptionViewModel* ViewModelForeign::create(QQmlEngine*, QJSEngine* scriptE
 
 AuthManager* AuthManagerForeign::create(QQmlEngine*, QJSEngine* scriptEngine) {
     return handOut(&VesnaraApplication::instance()->auth(), scriptEngine);
+}
+
+PasswordResetForm* PasswordResetFormForeign::create(QQmlEngine*, QJSEngine* scriptEngine) {
+    return handOut(&VesnaraApplication::instance()->passwordResetForm(), scriptEngine);
+}
+
+ChangePasswordForm* ChangePasswordFormForeign::create(QQmlEngine*, QJSEngine* scriptEngine) {
+    return handOut(&VesnaraApplication::instance()->changePasswordForm(), scriptEngine);
 }
 
 } // namespace qml

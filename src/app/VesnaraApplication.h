@@ -15,11 +15,13 @@ namespace vesnara {
 
 class AudioInputBackend;
 class AuthManager;
+class ChangePasswordForm;
 class Clipboard;
 class DesktopServices;
 class Dialogs;
 class FilePanels;
 class HttpTransport;
+class PasswordResetForm;
 class PermissionProbe;
 class Preferences;
 class SystemAudioBackend;
@@ -65,6 +67,9 @@ public:
     AuthManager& auth();
     TranscriptionViewModel& viewModel();
     HttpTransport& transport();
+    /// The account sheets' forms; both close whenever the login state changes.
+    PasswordResetForm& passwordResetForm();
+    ChangePasswordForm& changePasswordForm();
     /// The brand logo's file, when a deployment provides one.
     const std::optional<QString>& logoPath() const { return m_logoPath; }
 

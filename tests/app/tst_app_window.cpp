@@ -5,6 +5,8 @@
 #include "AppHarness.h"
 #include "engine/parts/AudioSources.h"
 #include "engine/parts/SessionTranscript.h"
+#include "forms/ChangePasswordForm.h"
+#include "forms/PasswordResetForm.h"
 #include "refbackend/ScriptedRecognizer.h"
 #include "text/UiText.h"
 
@@ -78,6 +80,45 @@ class AppWindowTest : public QObject {
         for (const QChar character : text)
             QTest::sendKeyEvent(QTest::Click, m_window, Qt::Key_unknown, QString(character),
                                 Qt::NoModifier);
+    }
+
+    // Replaces whatever the field holds.
+    void retype(QQuickItem* field, const QString& text) {
+        click(field);
+        QTRY_VERIFY(field->hasActiveFocus());
+        QTest::keyClick(m_window, Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClick(m_window, Qt::Key_Backspace);
+        QCOMPARE(field->property("text").toString(), QString());
+        type(field, text);
+    }
+
+    QQuickItem* loadWindow(VesnaraApplication& application, QQmlApplicationEngine& engine) {
+        if (!application.load(engine))
+            return nullptr;
+        m_window = qobject_cast<QQuickWindow*>(engine.rootObjects().constFirst());
+        if (!m_window)
+            return nullptr;
+        m_window->requestActivate();
+        return QTest::qWaitForWindowExposed(m_window) ? m_window->contentItem() : nullptr;
+    }
+
+    // From the login screen by Return; gives the main screen's start button.
+    QQuickItem* logIn(const QString& password) {
+        QQuickItem* email = nullptr;
+        if (!QTest::qWaitFor(
+                [&] {
+                    return (email = control(UiText::loginEmailLabel, QAccessible::EditableText));
+                },
+                kEngineWaitMs))
+            return nullptr;
+        retype(email, AppHarness::email);
+        retype(control(UiText::loginPasswordLabel, QAccessible::EditableText), password);
+        QTest::keyClick(m_window, Qt::Key_Return);
+        QQuickItem* start = nullptr;
+        const bool shown = QTest::qWaitFor(
+            [&] { return (start = control(UiText::mainStart, QAccessible::Button)); },
+            kEngineWaitMs);
+        return shown ? start : nullptr;
     }
 
     // Saves the window; fails for an image of one or two colours, which nothing drew on.
@@ -185,6 +226,95 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(!vm.isRecording(), kEngineWaitMs);
         QTRY_VERIFY_WITH_TIMEOUT(start->isEnabled(), kEngineWaitMs);
         QCOMPARE(lines->property("count").toInt(), 2);
+        m_window = nullptr;
+    }
+
+    // The reset sheet from the login screen and the change-password sheet from the main screen,
+    // each against the reference backend: lines, first focus, Escape, and a changed password
+    // that the next login takes.
+    void accountSheets() {
+        AppHarness h;
+        VesnaraApplication& application = h.make();
+        QQmlApplicationEngine engine;
+        QQuickItem* root = loadWindow(application, engine);
+        QVERIFY(root);
+
+        QQuickItem* loginEmail = nullptr;
+        QTRY_VERIFY_WITH_TIMEOUT(
+            (loginEmail = control(UiText::loginEmailLabel, QAccessible::EditableText)),
+            kEngineWaitMs);
+        type(loginEmail, AppHarness::email);
+        QVERIFY(!control(UiText::resetSheetEmailLabel, QAccessible::EditableText));
+        click(control(UiText::loginForgotPassword, QAccessible::Button));
+        QQuickItem* resetEmail = nullptr;
+        QTRY_VERIFY(
+            (resetEmail = control(UiText::resetSheetEmailLabel, QAccessible::EditableText)));
+        QTRY_VERIFY(resetEmail->hasActiveFocus());
+        QCOMPARE(resetEmail->property("text").toString(), AppHarness::email);
+        QVERIFY(control(UiText::sheetClose, QAccessible::Button));
+
+        click(control(UiText::resetSend, QAccessible::Button));
+        const PasswordResetForm& reset = application.passwordResetForm();
+        QTRY_VERIFY_WITH_TIMEOUT(!reset.isSending() && !reset.message().isEmpty(), kEngineWaitMs);
+        QVERIFY(reset.error().isEmpty());
+        QTRY_VERIFY(showsText(root, reset.message()));
+        screenshot(u"reset-sheet"_s);
+        QTest::keyClick(m_window, Qt::Key_Escape);
+        QTRY_VERIFY(!application.passwordResetForm().isOpen());
+        QTRY_VERIFY(!control(UiText::resetSheetEmailLabel, QAccessible::EditableText));
+        // Opened again, the sheet starts without the last answer; the close button closes it.
+        const QString answer = reset.message();
+        click(control(UiText::loginForgotPassword, QAccessible::Button));
+        QTRY_VERIFY(control(UiText::resetSheetEmailLabel, QAccessible::EditableText));
+        QVERIFY(!showsText(root, answer));
+        click(control(UiText::sheetClose, QAccessible::Button));
+        QTRY_VERIFY(!control(UiText::resetSheetEmailLabel, QAccessible::EditableText));
+        QVERIFY(!reset.isOpen());
+
+        QVERIFY(logIn(AppHarness::password));
+        QVERIFY(!control(UiText::changePasswordCurrent, QAccessible::EditableText));
+        click(control(UiText::mainChangePassword, QAccessible::Button));
+        QQuickItem* current = nullptr;
+        QTRY_VERIFY((current = control(UiText::changePasswordCurrent, QAccessible::EditableText)));
+        QTRY_VERIFY(current->hasActiveFocus());
+        QQuickItem* next = control(UiText::changePasswordNew, QAccessible::EditableText);
+        QQuickItem* repeat = control(UiText::changePasswordConfirm, QAccessible::EditableText);
+        QQuickItem* save = control(UiText::promptSave, QAccessible::Button);
+        QVERIFY(next && repeat && save);
+        const ChangePasswordForm& change = application.changePasswordForm();
+
+        // Nine characters are refused before anything is sent; the fields stay.
+        type(current, AppHarness::password);
+        type(next, u"lyhyt-123"_s);
+        type(repeat, u"lyhyt-123"_s);
+        click(save);
+        QTRY_VERIFY(showsText(root, UiText::changePasswordTooShort));
+        QVERIFY(change.message().isEmpty());
+        QCOMPARE(next->property("text").toString(), u"lyhyt-123"_s);
+
+        const QString changed = u"uusi-salasana-2026"_s;
+        retype(next, changed);
+        retype(repeat, changed);
+        click(save);
+        QTRY_VERIFY_WITH_TIMEOUT(!change.isChanging() && !change.message().isEmpty(),
+                                 kEngineWaitMs);
+        QTRY_VERIFY(showsText(root, change.message()));
+        QVERIFY(!showsText(root, UiText::changePasswordTooShort));
+        for (QQuickItem* field : {current, next, repeat})
+            QCOMPARE(field->property("text").toString(), QString());
+        screenshot(u"password-sheet"_s);
+        QTest::keyClick(m_window, Qt::Key_Escape);
+        QTRY_VERIFY(!application.changePasswordForm().isOpen());
+        QTRY_VERIFY(!control(UiText::changePasswordCurrent, QAccessible::EditableText));
+
+        // A session that ends under an open sheet takes the sheet with it.
+        click(control(UiText::mainChangePassword, QAccessible::Button));
+        QTRY_VERIFY(application.changePasswordForm().isOpen());
+        application.auth().logout();
+        QVERIFY(!application.changePasswordForm().isOpen());
+        QTRY_VERIFY(control(UiText::loginEmailLabel, QAccessible::EditableText));
+        QVERIFY(logIn(changed));
+        QVERIFY(!control(UiText::changePasswordCurrent, QAccessible::EditableText));
         m_window = nullptr;
     }
 };

@@ -628,6 +628,18 @@ QList<Row> catalogue() {
         {"mainTranscriptCard", UiText::mainTranscriptCard, u"Transkriptio"_s},
         {"mainTranscriptEmpty", UiText::mainTranscriptEmpty,
          u"Transkriptio ilmestyy tähän tallennuksen aikana."_s},
+        {"mainChangePassword", UiText::mainChangePassword, u"Vaihda salasana"_s},
+        {"sheetClose", UiText::sheetClose, u"Sulje"_s},
+        {"resetSheetTitle", UiText::resetSheetTitle, u"Salasanan palautus"_s},
+        {"resetSheetExplanation", UiText::resetSheetExplanation,
+         u"Syötä sähköpostiosoitteesi. Lähetämme palautusohjeen, jos auth-palvelu tukee "
+         u"toimintoa."_s},
+        {"resetSheetEmailLabel", UiText::resetSheetEmailLabel, u"Sähköpostiosoite"_s},
+        {"changePasswordExplanation", UiText::changePasswordExplanation,
+         u"Anna nykyinen salasana ja uusi salasana."_s},
+        {"changePasswordCurrent", UiText::changePasswordCurrent, u"Nykyinen salasana"_s},
+        {"changePasswordNew", UiText::changePasswordNew, u"Uusi salasana"_s},
+        {"changePasswordConfirm", UiText::changePasswordConfirm, u"Toista uusi salasana"_s},
     };
 }
 

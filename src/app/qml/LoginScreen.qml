@@ -12,6 +12,7 @@ Rectangle {
         id: form
 
         auth: AuthManager
+        onPasswordResetRequested: email => PasswordResetForm.open(email)
     }
 
     Component.onCompleted: {

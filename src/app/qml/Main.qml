@@ -3,7 +3,8 @@ import QtQuick.Controls.Basic
 import Vesnara
 
 // The one window: it routes between the start check, the login and the main screen as the
-// login state changes.
+// login state changes. The account sheets live here rather than in the screens: a screen's
+// bindings die as soon as the route leaves it, and a sheet must still close then.
 ApplicationWindow {
     id: window
 
@@ -39,4 +40,8 @@ ApplicationWindow {
 
         MainScreenView {}
     }
+
+    PasswordResetSheet {}
+
+    ChangePasswordSheet {}
 }

@@ -52,6 +52,14 @@ Rectangle {
                 }
 
                 Button {
+                    text: Texts.mainChangePassword
+                    font: Theme.brandFont(Theme.Regular, 13)
+                    Accessible.role: Accessible.Button
+                    Accessible.name: Texts.mainChangePassword
+                    onClicked: ChangePasswordForm.open()
+                }
+
+                Button {
                     text: Texts.mainLogout
                     font: Theme.brandFont(Theme.Regular, 13)
                     Accessible.role: Accessible.Button

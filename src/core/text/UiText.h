@@ -646,5 +646,16 @@ inline const QString mainStart = u"Aloita"_s;
 inline const QString mainStop = u"Lopeta"_s;
 inline const QString mainTranscriptCard = u"Transkriptio"_s;
 inline const QString mainTranscriptEmpty = u"Transkriptio ilmestyy tähän tallennuksen aikana."_s;
+inline const QString mainChangePassword = u"Vaihda salasana"_s;
+// The account sheets: headings, explanations, the fields' names and the close button.
+inline const QString sheetClose = u"Sulje"_s;
+inline const QString resetSheetTitle = u"Salasanan palautus"_s;
+inline const QString resetSheetExplanation =
+    u"Syötä sähköpostiosoitteesi. Lähetämme palautusohjeen, jos auth-palvelu tukee toimintoa."_s;
+inline const QString resetSheetEmailLabel = u"Sähköpostiosoite"_s;
+inline const QString changePasswordExplanation = u"Anna nykyinen salasana ja uusi salasana."_s;
+inline const QString changePasswordCurrent = u"Nykyinen salasana"_s;
+inline const QString changePasswordNew = u"Uusi salasana"_s;
+inline const QString changePasswordConfirm = u"Toista uusi salasana"_s;
 
 } // namespace vesnara::UiText

@@ -1,0 +1,17 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+import Vesnara
+
+// A masked field of an account sheet; its name is both the placeholder and the accessible name.
+TextField {
+    property string name
+
+    Layout.fillWidth: true
+    placeholderText: name
+    echoMode: TextInput.Password
+    inputMethodHints: Qt.ImhSensitiveData | Qt.ImhNoPredictiveText
+    font: Theme.brandFont(Theme.Regular, 14)
+    Accessible.role: Accessible.EditableText
+    Accessible.name: name
+}
