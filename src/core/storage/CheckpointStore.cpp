@@ -2,11 +2,11 @@
 
 #include "model/JsonReader.h"
 #include "model/JsonWriting.h"
+#include "storage/AtomicFile.h"
 #include "storage/SessionHistoryStore.h"
 
 #include <QDir>
 #include <QFile>
-#include <QSaveFile>
 
 using namespace Qt::StringLiterals;
 
@@ -28,10 +28,9 @@ void CheckpointStore::write(const SavedSession& session) {
     }
     QDir().mkpath(m_directory);
     const QString path = filePathFor(session.id);
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
+    if (const auto error = writeFileAtomically(path, bytes))
         throw SessionHistoryError("cannot write " + path.toStdString() + ": " +
-                                  file.errorString().toStdString());
+                                  error->toStdString());
 }
 
 bool CheckpointStore::remove(const QString& sessionId) {

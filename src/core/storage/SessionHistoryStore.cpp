@@ -2,13 +2,13 @@
 
 #include "model/JsonReader.h"
 #include "model/JsonWriting.h"
+#include "storage/AtomicFile.h"
 #include "storage/SafeFileId.h"
 #include "storage/UserDirectories.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 #include <algorithm>
 
@@ -84,10 +84,9 @@ void SessionHistoryStore::save(const SavedSession& session, const QString& fileI
     }
 
     m_listedFiles.remove(QFileInfo(*path).fileName());
-    QSaveFile file(*path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
+    if (const auto error = writeFileAtomically(*path, bytes))
         throw SessionHistoryError("cannot write " + path->toStdString() + ": " +
-                                  file.errorString().toStdString());
+                                  error->toStdString());
 }
 
 QList<SavedSessionListItem> SessionHistoryStore::list() const {

@@ -13,6 +13,7 @@
 #include "platform/DesktopServices.h"
 #include "platform/FilePanels.h"
 #include "storage/AppLog.h"
+#include "storage/AtomicFile.h"
 #include "text/UiText.h"
 
 #include <QDir>
@@ -242,9 +243,8 @@ QCoro::Task<> DiagnosticsCommands::autoExport(STTAPIClient client, STTConfigurat
     const QString path =
         QDir(m_context.places.downloadsDirectory)
             .filePath(automaticDiagnosticsFileName(reason, m_context.clock().fileStampText()));
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
-        AppLog::write(u"auto diagnostic export failed: "_s + file.errorString());
+    if (const auto error = writeFileAtomically(path, bytes)) {
+        AppLog::write(u"auto diagnostic export failed: "_s + *error);
         co_return;
     }
     AppLog::write(u"auto diagnostic exported path="_s + path);

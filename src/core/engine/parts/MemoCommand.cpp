@@ -7,30 +7,16 @@
 #include "engine/rules/MemoRules.h"
 #include "platform/FilePanels.h"
 #include "storage/AppLog.h"
+#include "storage/AtomicFile.h"
 #include "text/UiText.h"
 #include "text/UserErrorDescription.h"
 
 #include <QFileInfo>
 #include <QPointer>
-#include <QSaveFile>
 
 using namespace Qt::StringLiterals;
 
 namespace vesnara {
-
-namespace {
-
-/// Writes the whole of `bytes` to `path` or leaves whatever was there untouched.
-bool writeWholeFile(const QString& path, const QByteArray& bytes, QString* error) {
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
-        *error = file.errorString();
-        return false;
-    }
-    return true;
-}
-
-} // namespace
 
 MemoCommand::MemoCommand(const PartContext& context, const SessionTranscript& transcript,
                          QObject* parent)
@@ -97,9 +83,8 @@ QCoro::Task<> MemoCommand::run(STTAPIClient apiClient, STTConfiguration config, 
         m_context.status.setStatusText(UiText::memoReady);
         co_return;
     }
-    QString error;
-    if (!writeWholeFile(*path, document, &error)) {
-        AppLog::write(u"memo save failed sessionId=%1 error=%2"_s.arg(sessionId, error));
+    if (const auto error = writeFileAtomically(*path, document)) {
+        AppLog::write(u"memo save failed sessionId=%1 error=%2"_s.arg(sessionId, *error));
         m_context.status.setStatusText(UiText::memoSaveFailed);
         co_return;
     }
