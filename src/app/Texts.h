@@ -34,6 +34,8 @@ class Texts : public QObject {
     Q_PROPERTY(QString mainTranscriptCard READ mainTranscriptCard CONSTANT)
     Q_PROPERTY(QString mainTranscriptEmpty READ mainTranscriptEmpty CONSTANT)
     Q_PROPERTY(QString mainChangePassword READ mainChangePassword CONSTANT)
+    Q_PROPERTY(QString mainAdvancedCard READ mainAdvancedCard CONSTANT)
+    Q_PROPERTY(QString mainSessionsCard READ mainSessionsCard CONSTANT)
     Q_PROPERTY(QString sheetClose READ sheetClose CONSTANT)
     Q_PROPERTY(QString resetSheetTitle READ resetSheetTitle CONSTANT)
     Q_PROPERTY(QString resetSheetExplanation READ resetSheetExplanation CONSTANT)
@@ -69,6 +71,8 @@ public:
     static QString mainTranscriptCard() { return UiText::mainTranscriptCard; }
     static QString mainTranscriptEmpty() { return UiText::mainTranscriptEmpty; }
     static QString mainChangePassword() { return UiText::mainChangePassword; }
+    static QString mainAdvancedCard() { return UiText::mainAdvancedCard; }
+    static QString mainSessionsCard() { return UiText::mainSessionsCard; }
     static QString sheetClose() { return UiText::sheetClose; }
     static QString resetSheetTitle() { return UiText::resetSheetTitle; }
     static QString resetSheetExplanation() { return UiText::resetSheetExplanation; }

@@ -629,6 +629,8 @@ QList<Row> catalogue() {
         {"mainTranscriptEmpty", UiText::mainTranscriptEmpty,
          u"Transkriptio ilmestyy tähän tallennuksen aikana."_s},
         {"mainChangePassword", UiText::mainChangePassword, u"Vaihda salasana"_s},
+        {"mainAdvancedCard", UiText::mainAdvancedCard, u"Lisäasetukset"_s},
+        {"mainSessionsCard", UiText::mainSessionsCard, u"Sessiot"_s},
         {"sheetClose", UiText::sheetClose, u"Sulje"_s},
         {"resetSheetTitle", UiText::resetSheetTitle, u"Salasanan palautus"_s},
         {"resetSheetExplanation", UiText::resetSheetExplanation,

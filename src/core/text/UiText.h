@@ -647,6 +647,8 @@ inline const QString mainStop = u"Lopeta"_s;
 inline const QString mainTranscriptCard = u"Transkriptio"_s;
 inline const QString mainTranscriptEmpty = u"Transkriptio ilmestyy tähän tallennuksen aikana."_s;
 inline const QString mainChangePassword = u"Vaihda salasana"_s;
+inline const QString mainAdvancedCard = u"Lisäasetukset"_s;
+inline const QString mainSessionsCard = u"Sessiot"_s;
 // The account sheets: headings, explanations, the fields' names and the close button.
 inline const QString sheetClose = u"Sulje"_s;
 inline const QString resetSheetTitle = u"Salasanan palautus"_s;
