@@ -46,6 +46,11 @@ class Texts : public QObject {
     Q_PROPERTY(QString changePasswordNew READ changePasswordNew CONSTANT)
     Q_PROPERTY(QString changePasswordConfirm READ changePasswordConfirm CONSTANT)
     Q_PROPERTY(QString changePasswordSave READ changePasswordSave CONSTANT)
+    // The window's questions
+    Q_PROPERTY(QString promptSave READ promptSave CONSTANT)
+    Q_PROPERTY(QString promptCancel READ promptCancel CONSTANT)
+    Q_PROPERTY(QString confirmAccept READ confirmAccept CONSTANT)
+    Q_PROPERTY(QString savePanelTitle READ savePanelTitle CONSTANT)
 
 public:
     explicit Texts(QObject* parent = nullptr);
@@ -83,6 +88,11 @@ public:
     static QString changePasswordNew() { return UiText::changePasswordNew; }
     static QString changePasswordConfirm() { return UiText::changePasswordConfirm; }
     static QString changePasswordSave() { return UiText::promptSave; }
+    // The window's questions
+    static QString promptSave() { return UiText::promptSave; }
+    static QString promptCancel() { return UiText::promptCancel; }
+    static QString confirmAccept() { return UiText::confirmAccept; }
+    static QString savePanelTitle() { return UiText::savePanelTitle; }
 };
 
 } // namespace vesnara

@@ -23,6 +23,8 @@ class FilePanels;
 class HttpTransport;
 class PasswordResetForm;
 class PermissionProbe;
+class QmlDialogs;
+class QmlFilePanels;
 class Preferences;
 class SystemAudioBackend;
 class TranscriptionViewModel;
@@ -70,6 +72,11 @@ public:
     /// The account sheets' forms; both close whenever the login state changes.
     PasswordResetForm& passwordResetForm();
     ChangePasswordForm& changePasswordForm();
+    // The window's questions
+    /// The prompt and confirm dialogs and the save panel of the window's QML. The core uses them
+    /// unless the platform gave dialogs or file panels of its own; either way QML binds to them.
+    QmlDialogs& windowDialogs();
+    QmlFilePanels& windowFilePanels();
     /// The brand logo's file, when a deployment provides one.
     const std::optional<QString>& logoPath() const { return m_logoPath; }
 
@@ -78,6 +85,9 @@ public:
     bool load(QQmlApplicationEngine& engine);
 
 private:
+    /// Answers an open prompt, confirm or save panel as cancelled.
+    void cancelWindowQuestions();
+
     struct Parts;
     std::unique_ptr<Parts> m_parts;
     std::optional<QString> m_logoPath;

@@ -31,6 +31,10 @@ struct AppHarness {
     QTemporaryDir temporary;
     QTemporaryDir resources;
     std::unique_ptr<VesnaraApplication> application;
+    // The window's questions
+    /// True: the dialogs and file panels are the window's own QML ones instead of the scripted
+    /// `dialogs` and `filePanels`.
+    bool windowQuestions = false;
 
     AppHarness() {
         microphoneBackend.devices = {{7, u"Sisäinen mikrofoni"_s, AudioTransportKind::builtIn, 1}};
@@ -68,8 +72,10 @@ struct AppHarness {
         platform.permissionProbe = std::shared_ptr<PermissionProbe>();
         platform.desktopServices = &desktop;
         platform.clipboard = &clipboard;
-        platform.dialogs = &dialogs;
-        platform.filePanels = &filePanels;
+        if (!windowQuestions) {
+            platform.dialogs = &dialogs;
+            platform.filePanels = &filePanels;
+        }
         platform.historyDirectory = historyDirectory.path();
         platform.downloadsDirectory = downloads.path();
         platform.temporaryDirectory = temporary.path();

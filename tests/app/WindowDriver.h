@@ -114,6 +114,15 @@ public:
         return shown ? start : nullptr;
     }
 
+    // The window's questions and accessibility
+    // The control once it shows; null when it never did.
+    QQuickItem* waitForControl(const QString& name, QAccessible::Role role) {
+        QQuickItem* found = nullptr;
+        const bool shown = QTest::qWaitFor([&] { return (found = control(name, role)) != nullptr; },
+                                           kEngineWaitMs);
+        return shown ? found : nullptr;
+    }
+
     // Saves the window; fails for an image of one or two colours, which nothing drew on.
     void screenshot(const QString& name) {
         const QImage image = m_window->grabWindow();

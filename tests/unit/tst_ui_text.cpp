@@ -642,6 +642,9 @@ QList<Row> catalogue() {
         {"changePasswordCurrent", UiText::changePasswordCurrent, u"Nykyinen salasana"_s},
         {"changePasswordNew", UiText::changePasswordNew, u"Uusi salasana"_s},
         {"changePasswordConfirm", UiText::changePasswordConfirm, u"Toista uusi salasana"_s},
+        // The window's questions
+        {"confirmAccept", UiText::confirmAccept, u"Vahvista"_s},
+        {"savePanelTitle", UiText::savePanelTitle, u"Tallenna tiedosto"_s},
     };
 }
 

@@ -3,8 +3,9 @@ import QtQuick.Controls.Basic
 import Vesnara
 
 // The one window: it routes between the start check, the login and the main screen as the
-// login state changes. The account sheets live here rather than in the screens: a screen's
-// bindings die as soon as the route leaves it, and a sheet must still close then.
+// login state changes. The account sheets and the window's questions (prompt, confirmation, save
+// panel) live here rather than in the screens: a screen's bindings die as soon as the route
+// leaves it, and a sheet or a question must still close then.
 ApplicationWindow {
     id: window
 
@@ -44,4 +45,10 @@ ApplicationWindow {
     PasswordResetSheet {}
 
     ChangePasswordSheet {}
+
+    PromptDialog {}
+
+    ConfirmDialog {}
+
+    SavePanel {}
 }

@@ -660,4 +660,9 @@ inline const QString changePasswordCurrent = u"Nykyinen salasana"_s;
 inline const QString changePasswordNew = u"Uusi salasana"_s;
 inline const QString changePasswordConfirm = u"Toista uusi salasana"_s;
 
+// The window's questions: the confirm dialog's accepting button and the save panel's heading
+// (the prompt's buttons are `promptSave` and `promptCancel`).
+inline const QString confirmAccept = u"Vahvista"_s;
+inline const QString savePanelTitle = u"Tallenna tiedosto"_s;
+
 } // namespace vesnara::UiText
