@@ -46,37 +46,32 @@ bool isShowing(AtspiAccessible* node) {
     return showing;
 }
 
-// In reading order. A field without a name right after a label named `name` counts too: Qt 6.4
-// puts no name on a password field on the bus, and a screen reader reads the label before it.
-struct Search {
-    const QString& name;
-    Kind kind;
-    bool afterLabel = false;
-
-    Ref visit(AtspiAccessible* node, int depth) {
-        if (!node || depth > 64)
-            return nullptr;
-        GError* error = nullptr;
-        const AtspiRole role = atspi_accessible_get_role(node, &error);
-        if (error) {
-            g_clear_error(&error);
-            return nullptr;
-        }
-        const QString nodeName = takeString(atspi_accessible_get_name(node, nullptr));
-        if (hasKind(role, kind) && isShowing(node) &&
-            (nodeName == name || (afterLabel && nodeName.isEmpty())))
-            return Ref(static_cast<AtspiAccessible*>(g_object_ref(node)));
-        if (role == ATSPI_ROLE_LABEL || hasKind(role, Kind::field) || hasKind(role, Kind::button))
-            afterLabel = kind == Kind::field && role == ATSPI_ROLE_LABEL && nodeName == name;
-        const gint children = atspi_accessible_get_child_count(node, nullptr);
-        for (gint i = 0; i < children; ++i) {
-            Ref child(atspi_accessible_get_child_at_index(node, i, nullptr));
-            if (Ref found = visit(child.get(), depth + 1))
-                return found;
-        }
+// A control answers to its name, or for a field also to its description: Qt 6.4 puts no name
+// on a masked field on the bus, so the application repeats the field's label there.
+Ref search(AtspiAccessible* node, const QString& name, Kind kind, int depth) {
+    if (!node || depth > 64)
+        return nullptr;
+    GError* error = nullptr;
+    const AtspiRole role = atspi_accessible_get_role(node, &error);
+    if (error) {
+        g_clear_error(&error);
         return nullptr;
     }
-};
+    if (hasKind(role, kind) && isShowing(node)) {
+        const QString nodeName = takeString(atspi_accessible_get_name(node, nullptr));
+        if (nodeName == name ||
+            (kind == Kind::field && nodeName.isEmpty() &&
+             takeString(atspi_accessible_get_description(node, nullptr)) == name))
+            return Ref(static_cast<AtspiAccessible*>(g_object_ref(node)));
+    }
+    const gint children = atspi_accessible_get_child_count(node, nullptr);
+    for (gint i = 0; i < children; ++i) {
+        Ref child(atspi_accessible_get_child_at_index(node, i, nullptr));
+        if (Ref found = search(child.get(), name, kind, depth + 1))
+            return found;
+    }
+    return nullptr;
+}
 
 Ref findNode(const QString& name, Kind kind) {
     Ref desktop(atspi_get_desktop(0));
@@ -90,7 +85,7 @@ Ref findNode(const QString& name, Kind kind) {
         if (!app)
             continue;
         atspi_accessible_set_cache_mask(app.get(), ATSPI_CACHE_NONE);
-        if (Ref found = Search{name, kind}.visit(app.get(), 0))
+        if (Ref found = search(app.get(), name, kind, 0))
             return found;
     }
     return nullptr;

@@ -1,7 +1,8 @@
 // The login as an assistive technology sees and drives it: the real `vesnara` program on a
 // private virtual X server and session bus, with Qt's AT-SPI bridge on, against the reference
 // backend on loopback. A libatspi client finds the fields and the button by their Finnish
-// names; input goes through XTest, as Qt Quick 6.4 offers neither an editable-text interface on
+// names (the masked field by its description: Qt 6.4 withholds a masked field's name from the
+// bus); input goes through XTest, as Qt Quick 6.4 offers neither an editable-text interface on
 // its fields nor a press action on its buttons that clicks (both are reported, should that
 // change; a text set from outside would not reach the form either, which listens to edits).
 #include "AtspiClient.h"

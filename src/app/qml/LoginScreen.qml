@@ -92,6 +92,9 @@ Rectangle {
                 font: Theme.brandFont(Theme.Regular, 14)
                 Accessible.role: Accessible.EditableText
                 Accessible.name: Texts.loginPasswordLabel
+                // With an assistive technology on, Qt 6.4 withholds the name of a masked field;
+                // the description still reaches it.
+                Accessible.description: Texts.loginPasswordLabel
                 onTextEdited: form.password = text
                 onAccepted: form.submit()
             }

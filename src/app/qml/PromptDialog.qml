@@ -65,7 +65,9 @@ Popup {
             font: Theme.brandFont(Theme.Regular, 14)
             Accessible.role: Accessible.EditableText
             Accessible.name: WindowDialogs.title
-            Accessible.description: WindowDialogs.message
+            // Qt 6.4 withholds a masked field's name from an assistive technology: the title
+            // goes in the description then.
+            Accessible.description: WindowDialogs.masked ? WindowDialogs.title : WindowDialogs.message
             onAccepted: WindowDialogs.accept(text)
         }
 

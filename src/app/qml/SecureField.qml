@@ -3,7 +3,8 @@ import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Vesnara
 
-// A masked field of an account sheet; its name is both the placeholder and the accessible name.
+// A masked field of an account sheet; its name is the placeholder, the accessible name and, as
+// Qt 6.4 withholds a masked field's name from an assistive technology, its description.
 TextField {
     property string name
 
@@ -14,4 +15,5 @@ TextField {
     font: Theme.brandFont(Theme.Regular, 14)
     Accessible.role: Accessible.EditableText
     Accessible.name: name
+    Accessible.description: name
 }
