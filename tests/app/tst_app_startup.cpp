@@ -4,12 +4,16 @@
 #include "BrandImageProvider.h"
 #include "MainScreen.h"
 #include "Theme.h"
+#include "text/UiText.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFontDatabase>
 #include <QGuiApplication>
 #include <QPalette>
+#include <QQmlApplicationEngine>
+#include <QQmlComponent>
+#include <QQuickWindow>
 
 using namespace vesnara;
 using namespace vesnara::test;
@@ -197,6 +201,32 @@ private Q_SLOTS:
         QFETCH(qreal, height);
         QFETCH(qreal, size);
         QCOMPARE(Theme::logoTextSize(height), size);
+    }
+
+    // The window's own logo, without a logo file, draws the wordmark at that size.
+    void wordmarkInTheWindow_data() {
+        QTest::addColumn<qreal>("height");
+        QTest::addColumn<int>("pixelSize");
+        QTest::newRow("20") << 20.0 << 14;
+        QTest::newRow("50") << 50.0 << 21;
+    }
+    void wordmarkInTheWindow() {
+        QFETCH(qreal, height);
+        QFETCH(int, pixelSize);
+        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+        AppHarness h;
+        VesnaraApplication& application = h.make();
+        QQmlApplicationEngine engine;
+        QVERIFY(application.load(engine));
+        QQmlComponent component(&engine);
+        component.setData("import Vesnara\nBrandLogo {}", QUrl());
+        const std::unique_ptr<QObject> logo(
+            component.createWithInitialProperties({{u"logoHeight"_s, height}}));
+        QVERIFY2(logo, qPrintable(component.errorString()));
+        const auto* wordmark = logo->findChild<QObject*>(u"brandWordmark"_s);
+        QVERIFY(wordmark);
+        QCOMPARE(wordmark->property("text").toString(), UiText::brandWordmark);
+        QCOMPARE(wordmark->property("font").value<QFont>().pixelSize(), pixelSize);
     }
 
     void adminGate_data() {
