@@ -143,35 +143,40 @@ private Q_SLOTS:
         QTRY_VERIFY(!application->windowDialogs().promptOpen());
     }
 
-    // A masked prompt hides what is typed; a newer question cancels the open one, whose command
-    // goes on with nothing.
+    // The API key's prompt is masked and saves what is typed, trimmed; a newer question cancels
+    // the open one, whose command then changes nothing.
     void maskedPromptAndANewerQuestion() {
         AppHarness h;
         VesnaraApplication* application = open(h);
         QVERIFY(application);
-        QmlDialogs& dialogs = application->windowDialogs();
-        const auto older = startTask(dialogs.promptText(u"Admin-avain"_s, u"Syötä avain."_s,
-                                                        QString(), u"x-admin-key"_s, true));
-        QQuickItem* field = waitForControl(u"Admin-avain"_s, QAccessible::EditableText);
+        RecordingSettings& settings = *application->viewModel().settings();
+        const QString storedKey = settings.apiKey();
+        QVERIFY(!storedKey.isEmpty());
+
+        settings.promptForAPIKey();
+        QQuickItem* field = waitForControl(UiText::promptAPIKeyTitle, QAccessible::EditableText);
         QVERIFY(field);
         QTRY_VERIFY(field->hasActiveFocus());
-        type(field, u"salainen"_s);
-        QCOMPARE(field->property("text").toString(), u"salainen"_s);
-        QVERIFY(!field->property("displayText").toString().contains(u"salainen"_s));
+        QCOMPARE(field->property("text").toString(), storedKey);
+        retype(field, u" uusi-avain-2026 "_s);
+        QVERIFY(!field->property("displayText").toString().contains(u"uusi-avain"_s));
+        click(control(UiText::promptSave, QAccessible::Button));
+        QTRY_COMPARE(settings.apiKey(), u"uusi-avain-2026"_s);
 
+        settings.promptForAPIKey();
+        QVERIFY((field = waitForControl(UiText::promptAPIKeyTitle, QAccessible::EditableText)));
+        QCOMPARE(field->property("text").toString(), u"uusi-avain-2026"_s);
+        retype(field, u"hylätty"_s);
         const QUuid id = insertPin(*application, u"Palaa tähän"_s);
         application->viewModel().transcript()->promptRenamePin(id);
-        QTRY_VERIFY(older->finished);
-        QVERIFY(older->value.has_value());
-        QVERIFY(!older->value->has_value());
-        QVERIFY(!control(u"Admin-avain"_s, QAccessible::EditableText));
-        field = waitForControl(UiText::promptRenamePinTitle, QAccessible::EditableText);
-        QVERIFY(field);
+        QVERIFY((field = waitForControl(UiText::promptRenamePinTitle, QAccessible::EditableText)));
+        QVERIFY(!control(UiText::promptAPIKeyTitle, QAccessible::EditableText));
         QTRY_VERIFY(field->hasActiveFocus());
         QCOMPARE(field->property("echoMode").toInt(), 0);
         retype(field, u"Uusi nimi"_s);
         click(control(UiText::promptSave, QAccessible::Button));
         QTRY_COMPARE(pinLabel(*application, id), u"Uusi nimi"_s);
+        QCOMPARE(settings.apiKey(), u"uusi-avain-2026"_s);
     }
 
     void confirmAnswers_data() {
