@@ -123,7 +123,7 @@ class AppWindowTest : public QObject, WindowDriver {
         return found ? qobject_cast<QQuickItem*>(found->object()) : nullptr;
     }
 
-    QColor statusDot() { return item(u"statusDot"_s)->property("color").value<QColor>(); }
+    QRgb statusDot() { return item(u"statusDot"_s)->property("color").value<QColor>().rgba(); }
 
     // The whole column at the window's width: the window grows to the column's height for the
     // picture and is put back.
@@ -239,7 +239,7 @@ private Q_SLOTS:
         QVERIFY(showsText(root, UiText::mainSessionsNote));
         QVERIFY(showsText(root, UiText::mainSessionItem({})));
         QVERIFY(!showsText(root, UiText::mainPinsTitle));
-        QCOMPARE(statusDot(), Theme::idleDot());
+        QCOMPARE(statusDot(), Theme::idleDot().rgba());
         screenshotColumn(u"main-idle"_s);
 
         h.server.backend().setScript(
@@ -251,7 +251,7 @@ private Q_SLOTS:
         click(start);
         QTRY_VERIFY_WITH_TIMEOUT(vm.isRecording(), kEngineWaitMs);
         QTRY_VERIFY_WITH_TIMEOUT(stop->isEnabled(), kEngineWaitMs);
-        QTRY_COMPARE(statusDot(), Theme::recordingDot());
+        QTRY_COMPARE(statusDot(), Theme::recordingDot().rgba());
         QVERIFY(!clear->isEnabled());
         QVERIFY(!deleteAll->isEnabled());
         h.microphoneBackend.play(toneBuffers(20, 0.3f), 5ms);
@@ -283,7 +283,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(vm.isPaused(), kEngineWaitMs);
         QTRY_COMPARE(pause->property("text").toString(), UiText::mainResume);
         QCOMPARE(button(UiText::mainResume), pause);
-        QCOMPARE(statusDot(), Theme::pausedDot());
+        QCOMPARE(statusDot(), Theme::pausedDot().rgba());
         QVERIFY(addPin->isEnabled());
         screenshot(u"main-paused"_s);
 
@@ -302,7 +302,7 @@ private Q_SLOTS:
                  (QStringList{UiText::statusResuming, UiText::mainPause}));
         disconnect(screen, nullptr, this, nullptr);
         QCOMPARE(screen->pauseElapsedText(), QString());
-        QCOMPARE(statusDot(), Theme::recordingDot());
+        QCOMPARE(statusDot(), Theme::recordingDot().rgba());
 
         // The stop: the session joins the history, whose row names it to a screen reader.
         click(stop);
@@ -416,12 +416,13 @@ private Q_SLOTS:
             click(rowButton(UiText::mainShowPin, shown.row));
             QTRY_VERIFY(lineInView(lines, shown.line));
             if (shown.line == 20)
-                QCOMPARE(centreRow(lines), 20);
+                QTRY_COMPARE(centreRow(lines), 20);
             const QModelIndex line = transcript.segmentModel()->index(shown.line);
             QTRY_VERIFY(line.data(TranscriptSegmentListModel::IsHighlightedRole).toBool());
-            QTRY_COMPARE(lineItem(lines, shown.line)->property("color").value<QColor>(),
-                         Theme(false).segmentHighlightBackground());
+            QTRY_COMPARE(lineItem(lines, shown.line)->property("color").value<QColor>().rgba(),
+                         Theme(false).segmentHighlightBackground().rgba());
         }
+        QVERIFY(button(UiText::mainClearTranscript)->isEnabled());
         screenshot(u"main-pin-shown"_s);
 
         // Renamed through the dialog, which offers the present label; the row's names follow.
@@ -447,6 +448,53 @@ private Q_SLOTS:
         QTRY_VERIFY(!deleteAll->isEnabled());
         QTRY_VERIFY(!rowButton(UiText::mainLoadSession, sessionRow));
         QVERIFY(showsText(m_window->contentItem(), UiText::mainSessionsEmpty));
+        m_window = nullptr;
+    }
+
+    // System audio that will not start: the help panel with its commands outside the
+    // microphone mode, the hint in orange, and the advanced card's permission group opened.
+    void systemAudioHelp() {
+        AppHarness h;
+        h.systemBackend.content.error =
+            AudioBackendError{u"pulseaudio"_s, 6, u"Connection refused"_s};
+        VesnaraApplication& application = h.make();
+        QQmlApplicationEngine engine;
+        QVERIFY(loadWindow(application, engine));
+        QQuickItem* start = logIn(AppHarness::password);
+        QVERIFY(start);
+        TranscriptionViewModel& vm = application.viewModel();
+        const MainScreen* screen = engine.rootObjects().constFirst()->findChild<MainScreen*>();
+        QVERIFY(screen);
+        QVERIFY(!screen->showSystemAudioPermissionDiagnostics());
+
+        vm.sources()->setInputMode(AudioInputMode::systemAudio);
+        QTRY_VERIFY(start->isEnabled());
+        click(start);
+        QQuickItem* settings = nullptr;
+        QTRY_VERIFY_WITH_TIMEOUT((settings = button(UiText::systemAudioHelpOpenSettings)),
+                                 kEngineWaitMs);
+        QVERIFY(!vm.isRecording());
+        QQuickItem* root = m_window->contentItem();
+        QVERIFY(showsText(root, UiText::systemAudioHelpFailed));
+        QVERIFY(showsText(root, UiText::systemAudioHelpWhere));
+        QQuickItem* hint = item(u"diagnosticHint"_s);
+        QTRY_COMPARE(hint->property("text").toString(), UiText::systemAudioPermissionMissingHint);
+        QVERIFY(hint->isVisible());
+        QCOMPARE(hint->property("color").value<QColor>().rgba(), Theme(false).warningText().rgba());
+        QVERIFY(screen->showSystemAudioPermissionDiagnostics());
+        QQuickItem* grant = button(UiText::systemAudioHelpGrant);
+        QVERIFY(grant);
+        QCOMPARE(grant->isEnabled(), !vm.permissions()->isSystemAudioPermissionGranted());
+        QVERIFY(!button(UiText::systemAudioHelpRelaunchButton));
+        screenshotColumn(u"main-system-audio-help"_s);
+
+        click(settings);
+        QTRY_COMPARE(vm.status()->statusText(), UiText::openSettingsFailed);
+
+        // Back in the microphone mode the panel goes; the hint stays where it was.
+        vm.sources()->setInputMode(AudioInputMode::microphone);
+        QTRY_VERIFY(!button(UiText::systemAudioHelpOpenSettings));
+        QVERIFY(hint->isVisible());
         m_window = nullptr;
     }
 

@@ -62,11 +62,28 @@ Card {
             }
         }
 
+        // The list glides to the line: its place is found by the list itself, then the list
+        // goes back and eases there.
+        NumberAnimation {
+            id: glide
+
+            target: lines
+            property: "contentY"
+            duration: 200
+            easing.type: Easing.InOutQuad
+        }
+
         Connections {
             target: card.screen
 
             function onPinnedLineRequested(row: int) {
+                glide.stop();
+                const from = lines.contentY;
                 lines.positionViewAtIndex(row, ListView.Center);
+                glide.from = from;
+                glide.to = lines.contentY;
+                lines.contentY = from;
+                glide.start();
             }
         }
     }
