@@ -263,7 +263,8 @@ private Q_SLOTS:
         QTRY_VERIFY(showsText(root, UiText::mainWordCount(vm.transcript()->wordCount())));
         QVERIFY(showsText(root, UiText::mainSegmentCount(2)));
         QVERIFY(showsText(root, UiText::mainSessionItem(vm.sessionId())));
-        QVERIFY(button(UiText::mainCopySessionId));
+        click(button(UiText::mainCopySessionId));
+        QTRY_COMPARE(h.clipboard.content, std::optional<QString>(vm.sessionId()));
 
         // A pin: its row with three commands that name it, the moment selected and lit.
         QTRY_VERIFY(addPin->isEnabled());
