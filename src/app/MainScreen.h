@@ -28,6 +28,33 @@ class MainScreen : public QObject {
     /// The status dot: orange while paused, green while recording, else the idle blue.
     Q_PROPERTY(QColor statusDotColor READ statusDotColor NOTIFY statusDotColorChanged)
 
+    // The control card's texts and rules, each ready to show.
+    /// "Jatketaan..." while resuming, "Jatka" while paused, else "Tauko".
+    Q_PROPERTY(QString pauseButtonText READ pauseButtonText NOTIFY controlsChanged)
+    Q_PROPERTY(bool pauseButtonEnabled READ pauseButtonEnabled NOTIFY controlsChanged)
+    /// The pause's running time under the status, "" unless paused with a time to show.
+    Q_PROPERTY(QString pauseElapsedText READ pauseElapsedText NOTIFY controlsChanged)
+    Q_PROPERTY(QString wordCountText READ wordCountText NOTIFY countersChanged)
+    Q_PROPERTY(QString segmentCountText READ segmentCountText NOTIFY countersChanged)
+    Q_PROPERTY(QString audioSourceText READ audioSourceText NOTIFY countersChanged)
+    /// "Sessio: <id>", "Sessio: -" without one.
+    Q_PROPERTY(QString sessionItemText READ sessionItemText NOTIFY countersChanged)
+    Q_PROPERTY(bool hasSessionId READ hasSessionId NOTIFY countersChanged)
+    /// The system audio help panel: only outside the microphone mode, while the engine asks
+    /// for it.
+    Q_PROPERTY(bool systemAudioHelpVisible READ systemAudioHelpVisible NOTIFY controlsChanged)
+    Q_PROPERTY(QString systemAudioHelpText READ systemAudioHelpText NOTIFY controlsChanged)
+    Q_PROPERTY(QString systemAudioGrantText READ systemAudioGrantText NOTIFY controlsChanged)
+    Q_PROPERTY(bool systemAudioGrantEnabled READ systemAudioGrantEnabled NOTIFY controlsChanged)
+    /// Opens the advanced card's permission group; set when the engine asks for the help.
+    Q_PROPERTY(bool showSystemAudioPermissionDiagnostics READ showSystemAudioPermissionDiagnostics
+                   WRITE setShowSystemAudioPermissionDiagnostics NOTIFY
+                       showSystemAudioPermissionDiagnosticsChanged)
+
+    // The transcript and sessions cards.
+    Q_PROPERTY(bool canClearTranscript READ canClearTranscript NOTIFY controlsChanged)
+    Q_PROPERTY(bool canDeleteAllSessions READ canDeleteAllSessions NOTIFY controlsChanged)
+
 public:
     explicit MainScreen(QObject* parent = nullptr);
 
@@ -40,6 +67,26 @@ public:
     const QString& adminKey() const { return m_adminKey; }
     void setAdminKey(const QString& value);
     QColor statusDotColor() const;
+    QString pauseButtonText() const;
+    bool pauseButtonEnabled() const;
+    QString pauseElapsedText() const;
+    QString wordCountText() const;
+    QString segmentCountText() const;
+    QString audioSourceText() const;
+    QString sessionItemText() const;
+    bool hasSessionId() const;
+    bool systemAudioHelpVisible() const;
+    QString systemAudioHelpText() const;
+    QString systemAudioGrantText() const;
+    bool systemAudioGrantEnabled() const;
+    bool showSystemAudioPermissionDiagnostics() const { return m_showPermissionDiagnostics; }
+    void setShowSystemAudioPermissionDiagnostics(bool value);
+    bool canClearTranscript() const;
+    bool canDeleteAllSessions() const;
+
+    /// The transcript row of the line nearest to pin `pinId` at any distance; -1 without the
+    /// pin or without lines.
+    int pinnedLineRow(const QString& pinId) const;
 
     /// Whether an environment value enables the user administration.
     static bool adminGateOpen(const QString& value);
@@ -49,6 +96,8 @@ public:
     Q_INVOKABLE void appear();
     /// "Kirjaudu ulos": a recording is stopped first.
     Q_INVOKABLE void logout();
+    /// The third button: resumes a paused recording, else pauses.
+    Q_INVOKABLE void togglePause();
 
 Q_SIGNALS:
     void authChanged();
@@ -56,15 +105,23 @@ Q_SIGNALS:
     void userEmailChanged();
     void adminKeyChanged();
     void statusDotColorChanged();
+    void controlsChanged();
+    void countersChanged();
+    void showSystemAudioPermissionDiagnosticsChanged();
+    /// A pin was selected or lit: the transcript list brings line `row` to its centre.
+    void pinnedLineRequested(int row);
 
 private:
     void updateAuthContext();
     void refreshPermissions();
+    void connectViewModel();
+    void requestPinnedLine(const QString& pinId);
 
     QPointer<AuthManager> m_auth;
     QPointer<TranscriptionViewModel> m_viewModel;
     bool m_inAppAdminEnabled = false;
     bool m_appeared = false;
+    bool m_showPermissionDiagnostics = false;
     QString m_adminKey;
 };
 

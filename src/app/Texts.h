@@ -51,6 +51,26 @@ class Texts : public QObject {
     Q_PROPERTY(QString promptCancel READ promptCancel CONSTANT)
     Q_PROPERTY(QString confirmAccept READ confirmAccept CONSTANT)
     Q_PROPERTY(QString savePanelTitle READ savePanelTitle CONSTANT)
+    // The main screen's cards.
+    Q_PROPERTY(QString mainSave READ mainSave CONSTANT)
+    Q_PROPERTY(QString mainGenerateMemo READ mainGenerateMemo CONSTANT)
+    Q_PROPERTY(QString mainAddPin READ mainAddPin CONSTANT)
+    Q_PROPERTY(QString mainFallbackNotice READ mainFallbackNotice CONSTANT)
+    Q_PROPERTY(QString mainCounterSeparator READ mainCounterSeparator CONSTANT)
+    Q_PROPERTY(QString mainCopySessionId READ mainCopySessionId CONSTANT)
+    Q_PROPERTY(QString systemAudioHelpWhere READ systemAudioHelpWhere CONSTANT)
+    Q_PROPERTY(QString systemAudioHelpOpenSettings READ systemAudioHelpOpenSettings CONSTANT)
+    Q_PROPERTY(QString systemAudioHelpRelaunchButton READ systemAudioHelpRelaunchButton CONSTANT)
+    Q_PROPERTY(QString mainClearTranscript READ mainClearTranscript CONSTANT)
+    Q_PROPERTY(QString mainPinsTitle READ mainPinsTitle CONSTANT)
+    Q_PROPERTY(QString mainShowPin READ mainShowPin CONSTANT)
+    Q_PROPERTY(QString mainRenamePin READ mainRenamePin CONSTANT)
+    Q_PROPERTY(QString mainDelete READ mainDelete CONSTANT)
+    Q_PROPERTY(QString mainSessionsNote READ mainSessionsNote CONSTANT)
+    Q_PROPERTY(QString mainSessionsEmpty READ mainSessionsEmpty CONSTANT)
+    Q_PROPERTY(QString mainLoadSession READ mainLoadSession CONSTANT)
+    Q_PROPERTY(QString mainRefreshSessions READ mainRefreshSessions CONSTANT)
+    Q_PROPERTY(QString mainDeleteAllSessions READ mainDeleteAllSessions CONSTANT)
 
 public:
     explicit Texts(QObject* parent = nullptr);
@@ -93,6 +113,26 @@ public:
     static QString promptCancel() { return UiText::promptCancel; }
     static QString confirmAccept() { return UiText::confirmAccept; }
     static QString savePanelTitle() { return UiText::savePanelTitle; }
+    // The main screen's cards.
+    static QString mainSave() { return UiText::promptSave; }
+    static QString mainGenerateMemo() { return UiText::mainGenerateMemo; }
+    static QString mainAddPin() { return UiText::mainAddPin; }
+    static QString mainFallbackNotice() { return UiText::mainFallbackNotice; }
+    static QString mainCounterSeparator() { return UiText::mainCounterSeparator; }
+    static QString mainCopySessionId() { return UiText::mainCopySessionId; }
+    static QString systemAudioHelpWhere() { return UiText::systemAudioHelpWhere; }
+    static QString systemAudioHelpOpenSettings() { return UiText::systemAudioHelpOpenSettings; }
+    static QString systemAudioHelpRelaunchButton() { return UiText::systemAudioHelpRelaunchButton; }
+    static QString mainClearTranscript() { return UiText::mainClearTranscript; }
+    static QString mainPinsTitle() { return UiText::mainPinsTitle; }
+    static QString mainShowPin() { return UiText::mainShowPin; }
+    static QString mainRenamePin() { return UiText::mainRenamePin; }
+    static QString mainDelete() { return UiText::mainDelete; }
+    static QString mainSessionsNote() { return UiText::mainSessionsNote; }
+    static QString mainSessionsEmpty() { return UiText::mainSessionsEmpty; }
+    static QString mainLoadSession() { return UiText::mainLoadSession; }
+    static QString mainRefreshSessions() { return UiText::mainRefreshSessions; }
+    static QString mainDeleteAllSessions() { return UiText::mainDeleteAllSessions; }
 };
 
 } // namespace vesnara

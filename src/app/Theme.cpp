@@ -23,6 +23,13 @@ QColor withAlpha(QColor color, double alpha) {
     return color;
 }
 
+// `base` moved towards `towards` by `amount` (0..1), opaque.
+QColor blend(const QColor& base, const QColor& towards, double amount) {
+    const auto mix = [amount](float a, float b) { return float(a + (b - a) * amount); };
+    return QColor::fromRgbF(mix(base.redF(), towards.redF()), mix(base.greenF(), towards.greenF()),
+                            mix(base.blueF(), towards.blueF()));
+}
+
 QPalette currentPalette() {
     return QGuiApplication::palette();
 }
@@ -113,11 +120,79 @@ QColor Theme::idleDot() {
 }
 
 QColor Theme::recordingDot() {
-    return QColor(Qt::green).darker(110);
+    return rgb(0.2, 0.78, 0.35);
 }
 
 QColor Theme::pausedDot() {
     return rgb(1.0, 0.6, 0.0);
+}
+
+QColor Theme::destructiveText() const {
+    return m_dark ? rgb(1.0, 0.45, 0.42) : errorText();
+}
+
+QColor Theme::warningText() const {
+    return m_dark ? rgb(1.0, 0.62, 0.04) : rgb(0.85, 0.47, 0.0);
+}
+
+QColor Theme::segmentHighlightBackground() const {
+    return withAlpha(infoAccent(), 0.12);
+}
+
+QColor Theme::segmentHighlightOutline() const {
+    return withAlpha(infoAccent(), 0.45);
+}
+
+QColor Theme::pinActiveBackground() const {
+    return withAlpha(infoAccent(), 0.14);
+}
+
+QColor Theme::pinActiveOutline() const {
+    return withAlpha(infoAccent(), 0.55);
+}
+
+QColor Theme::pinSurface() const {
+    return m_dark ? rgb(1, 1, 1, 0.06) : QColor(Qt::white);
+}
+
+QColor Theme::controlButton() const {
+    return m_dark ? blend(cardSurface(), Qt::white, 0.14) : rgb(0.91, 0.92, 0.94);
+}
+
+QColor Theme::controlButtonText() const {
+    return m_dark ? primaryText() : rgb(0.11, 0.11, 0.12);
+}
+
+QColor Theme::controlPressed() const {
+    return m_dark ? blend(cardSurface(), Qt::white, 0.3) : rgb(0.78, 0.8, 0.83);
+}
+
+QColor Theme::controlDisabledText() const {
+    return withAlpha(controlButtonText(), m_dark ? 0.38 : 0.32);
+}
+
+QColor Theme::prominentButton() const {
+    return m_dark ? rgb(0.0, 0.45, 0.88) : rgb(0.1, 0.45, 0.85);
+}
+
+QColor Theme::prominentButtonDisabled() const {
+    return blend(prominentButton(), cardSurface(), 0.6);
+}
+
+QColor Theme::prominentText() const {
+    return Qt::white;
+}
+
+QColor Theme::fieldBackground() const {
+    return m_dark ? blend(cardSurface(), Qt::black, 0.25) : QColor(Qt::white);
+}
+
+QColor Theme::placeholderText() const {
+    return withAlpha(primaryText(), 0.4);
+}
+
+QColor Theme::focusHighlight() const {
+    return infoAccent();
 }
 
 QUrl Theme::logoSource() const {

@@ -33,6 +33,29 @@ class Theme : public QObject {
     Q_PROPERTY(QColor recordingDot READ recordingDot CONSTANT)
     Q_PROPERTY(QColor pausedDot READ pausedDot CONSTANT)
     Q_PROPERTY(qreal cardShadowOpacity READ cardShadowOpacity NOTIFY themeChanged)
+    Q_PROPERTY(qreal sessionsCardShadowOpacity READ sessionsCardShadowOpacity NOTIFY themeChanged)
+    /// Text of a destructive command and of an orange hint.
+    Q_PROPERTY(QColor destructiveText READ destructiveText NOTIFY themeChanged)
+    Q_PROPERTY(QColor warningText READ warningText NOTIFY themeChanged)
+    /// A transcript line that a pin lights, and a selected or lit pin's row.
+    Q_PROPERTY(
+        QColor segmentHighlightBackground READ segmentHighlightBackground NOTIFY themeChanged)
+    Q_PROPERTY(QColor segmentHighlightOutline READ segmentHighlightOutline NOTIFY themeChanged)
+    Q_PROPERTY(QColor pinActiveBackground READ pinActiveBackground NOTIFY themeChanged)
+    Q_PROPERTY(QColor pinActiveOutline READ pinActiveOutline NOTIFY themeChanged)
+    Q_PROPERTY(QColor pinSurface READ pinSurface NOTIFY themeChanged)
+    // The controls' palette: the toolkit's own controls keep a light palette whatever the
+    // window's scheme, so the screens hand them these.
+    Q_PROPERTY(QColor controlButton READ controlButton NOTIFY themeChanged)
+    Q_PROPERTY(QColor controlButtonText READ controlButtonText NOTIFY themeChanged)
+    Q_PROPERTY(QColor controlPressed READ controlPressed NOTIFY themeChanged)
+    Q_PROPERTY(QColor controlDisabledText READ controlDisabledText NOTIFY themeChanged)
+    Q_PROPERTY(QColor prominentButton READ prominentButton NOTIFY themeChanged)
+    Q_PROPERTY(QColor prominentButtonDisabled READ prominentButtonDisabled NOTIFY themeChanged)
+    Q_PROPERTY(QColor prominentText READ prominentText NOTIFY themeChanged)
+    Q_PROPERTY(QColor fieldBackground READ fieldBackground NOTIFY themeChanged)
+    Q_PROPERTY(QColor placeholderText READ placeholderText NOTIFY themeChanged)
+    Q_PROPERTY(QColor focusHighlight READ focusHighlight NOTIFY themeChanged)
     /// The logo for the current scheme, or an empty URL when no logo file was found.
     Q_PROPERTY(QUrl logoSource READ logoSource NOTIFY themeChanged)
     Q_PROPERTY(bool hasLogo READ hasLogo CONSTANT)
@@ -62,6 +85,24 @@ public:
     static QColor recordingDot();
     static QColor pausedDot();
     qreal cardShadowOpacity() const { return m_dark ? 0.36 : 0.12; }
+    qreal sessionsCardShadowOpacity() const { return m_dark ? 0.36 : 0.08; }
+    QColor destructiveText() const;
+    QColor warningText() const;
+    QColor segmentHighlightBackground() const;
+    QColor segmentHighlightOutline() const;
+    QColor pinActiveBackground() const;
+    QColor pinActiveOutline() const;
+    QColor pinSurface() const;
+    QColor controlButton() const;
+    QColor controlButtonText() const;
+    QColor controlPressed() const;
+    QColor controlDisabledText() const;
+    QColor prominentButton() const;
+    QColor prominentButtonDisabled() const;
+    QColor prominentText() const;
+    QColor fieldBackground() const;
+    QColor placeholderText() const;
+    QColor focusHighlight() const;
     QUrl logoSource() const;
     bool hasLogo() const { return m_hasLogo; }
 

@@ -110,6 +110,8 @@ private Q_SLOTS:
                  u"04.03.2026 11:15 • chirp_3 • 12 segmenttiä"_s);
         QCOMPARE(roleValue(model, 1, "sessionLabel").toString(),
                  u"29.12.2026 11:15 • chirp_3 • 0 segmenttiä"_s);
+        QCOMPARE(roleValue(model, 1, "rowDescription").toString(),
+                 u"Sessio 29.12.2026 11:15 • chirp_3 • 0 segmenttiä"_s);
         QCOMPARE(roleValue(model, 0, "id").toString(), u"ABC-123"_s);
         QCOMPARE(roleValue(model, 0, "endedAt").toDateTime(),
                  QDateTime::fromSecsSinceEpoch(qint64(kMorning), QTimeZone::utc()));

@@ -115,6 +115,13 @@ private Q_SLOTS:
         QCOMPARE(roleValue(model, 1, "timeLabel").toString(), u"11:16:03"_s);
         QCOMPARE(roleValue(model, 1, "speakerLabel").toString(), u"Puhuja 1"_s);
         QCOMPARE(roleValue(model, 1, "hasSpeakerLabel").toBool(), true);
+
+        // The row a view scrolls to for a line.
+        QCOMPARE(model.rowOf(model.segments().at(1).id), qsizetype(1));
+        QVERIFY(model.add(streamLine(u"Väliin."_s, 30.0)));
+        QCOMPARE(model.rowOf(first.id), qsizetype(0));
+        QCOMPARE(model.rowOf(model.segments().at(2).id), qsizetype(2));
+        QCOMPARE(model.rowOf(QUuid::createUuid()), std::nullopt);
     }
 
     void highlightReportsOnlyRowsThatFlip() {
@@ -254,6 +261,8 @@ private Q_SLOTS:
         QCOMPARE(roleValue(model, 0, "linkedSegmentId").toString(), QString());
         QCOMPARE(roleValue(model, 0, "timeLabel").toString(), u"11:15:02"_s);
         QCOMPARE(roleValue(model, 0, "createdAt").toDateTime(), at(0.5).toDateTime());
+        QCOMPARE(roleValue(model, 0, "rowDescription").toString(),
+                 u"Pinni Palaa tähän, 11:15:02"_s);
 
         QCOMPARE(roleValue(model, 1, "pinDisplayTitle").toString(), u"Päätös budjetista"_s);
         QCOMPARE(roleValue(model, 1, "label").toString(), u"  Päätös budjetista "_s);
@@ -277,16 +286,21 @@ private Q_SLOTS:
 
         model.setSelectedPinId(idOf(2));
         model.setHighlightedPinId(idOf(2));
-        QCOMPARE(log.take(),
-                 (QStringList{u"change 2-2 isSelected"_s, u"change 2-2 isHighlighted"_s}));
+        QCOMPARE(log.take(), (QStringList{u"change 2-2 isSelected isActive"_s,
+                                          u"change 2-2 isHighlighted isActive"_s}));
         model.setSelectedPinId(idOf(0));
-        QCOMPARE(log.take(), (QStringList{u"change 0-0 isSelected"_s, u"change 2-2 isSelected"_s}));
+        QCOMPARE(log.take(), (QStringList{u"change 0-0 isSelected isActive"_s,
+                                          u"change 2-2 isSelected isActive"_s}));
+        // Still lit though no longer selected: the row stays active.
+        QCOMPARE(roleValue(model, 2, "isActive").toBool(), true);
         model.setHighlightedPinId(std::nullopt);
         model.setSelectedPinId(idOf(0));
-        QCOMPARE(log.take(), QStringList{u"change 2-2 isHighlighted"_s});
+        QCOMPARE(log.take(), QStringList{u"change 2-2 isHighlighted isActive"_s});
         QCOMPARE(roleValue(model, 0, "isSelected").toBool(), true);
+        QCOMPARE(roleValue(model, 0, "isActive").toBool(), true);
         QCOMPARE(roleValue(model, 2, "isSelected").toBool(), false);
         QCOMPARE(roleValue(model, 2, "isHighlighted").toBool(), false);
+        QCOMPARE(roleValue(model, 2, "isActive").toBool(), false);
     }
 };
 

@@ -11,6 +11,9 @@ Item {
     property string title
     default property alias content: body.data
     property color surface: Theme.cardSurface
+    property real shadowOpacity: Theme.cardShadowOpacity
+    /// Stands at the end of the title's row (a card's own command).
+    property Item headerItem
 
     implicitHeight: column.implicitHeight + 48
     implicitWidth: column.implicitWidth + 48
@@ -21,7 +24,7 @@ Item {
         anchors.bottomMargin: -8
         radius: 18
         color: "black"
-        opacity: Theme.cardShadowOpacity / 3
+        opacity: card.shadowOpacity / 3
     }
 
     Rectangle {
@@ -32,6 +35,13 @@ Item {
         border.width: 1
     }
 
+    Binding {
+        target: card.headerItem
+        property: "parent"
+        value: header
+        when: card.headerItem !== null
+    }
+
     ColumnLayout {
         id: column
 
@@ -40,6 +50,9 @@ Item {
         spacing: 14
 
         RowLayout {
+            id: header
+
+            Layout.fillWidth: true
             spacing: 12
 
             Label {
@@ -64,6 +77,10 @@ Item {
                         color: modelData
                     }
                 }
+            }
+
+            Item {
+                Layout.fillWidth: true
             }
         }
 

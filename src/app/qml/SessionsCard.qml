@@ -3,7 +3,8 @@ import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Vesnara
 
-// The sessions saved on this machine, with their commands.
+// The sessions saved on this machine, newest first, with their commands. A long history
+// scrolls inside the card so that only the rows in sight are built.
 Card {
     id: card
 
@@ -11,4 +12,61 @@ Card {
 
     title: Texts.mainSessionsCard
     surface: Theme.secondaryCardBackground
+    shadowOpacity: Theme.sessionsCardShadowOpacity
+
+    Label {
+        Layout.fillWidth: true
+        text: Texts.mainSessionsNote
+        wrapMode: Text.WordWrap
+        font: Theme.brandFont(Theme.Regular, 13)
+        color: Theme.secondaryText
+    }
+
+    Label {
+        visible: sessions.count === 0
+        text: Texts.mainSessionsEmpty
+        font: Theme.brandFont(Theme.Regular, 13)
+        color: Theme.secondaryText
+    }
+
+    ListView {
+        id: sessions
+
+        objectName: "sessionRows"
+        Layout.fillWidth: true
+        Layout.preferredHeight: Math.min(contentHeight, 480)
+        visible: count > 0
+        clip: true
+        spacing: 8
+        boundsBehavior: Flickable.StopAtBounds
+        model: ViewModel.history.sessionHistory
+        ScrollBar.vertical: ScrollBar {}
+
+        delegate: SessionRow {
+            width: ListView.view.width
+        }
+    }
+
+    RowLayout {
+        spacing: 10
+
+        Button {
+            text: Texts.mainRefreshSessions
+            font: Theme.brandFont(Theme.Medium, 13)
+            Accessible.role: Accessible.Button
+            Accessible.name: text
+            onClicked: ViewModel.history.refreshSessionHistory()
+        }
+
+        Button {
+            text: Texts.mainDeleteAllSessions
+            enabled: card.screen.canDeleteAllSessions
+            font: Theme.brandFont(Theme.Medium, 13)
+            palette.active.buttonText: Theme.destructiveText
+            palette.inactive.buttonText: Theme.destructiveText
+            Accessible.role: Accessible.Button
+            Accessible.name: text
+            onClicked: ViewModel.history.deleteAllSessions()
+        }
+    }
 }

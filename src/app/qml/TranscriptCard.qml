@@ -3,13 +3,32 @@ import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Vesnara
 
-// The live lines, the interim text and the pinned moments.
+// The interim text, the final lines and the pinned moments. The list never follows new lines
+// by itself: it moves only to bring a selected or lit pin's line to its centre.
 Card {
     id: card
 
     required property MainScreen screen
 
     title: Texts.mainTranscriptCard
+    headerItem: Button {
+        text: Texts.mainClearTranscript
+        enabled: card.screen.canClearTranscript
+        font: Theme.brandFont(Theme.Medium, 13)
+        Accessible.role: Accessible.Button
+        Accessible.name: text
+        onClicked: ViewModel.transcript.clearTranscript()
+    }
+
+    Label {
+        objectName: "interimText"
+        Layout.fillWidth: true
+        visible: text.length > 0
+        text: ViewModel.transcript.interimText
+        wrapMode: Text.WordWrap
+        font: Theme.brandFont(Theme.Regular, 13)
+        color: Theme.secondaryText
+    }
 
     Rectangle {
         Layout.fillWidth: true
@@ -31,31 +50,62 @@ Card {
 
             objectName: "transcriptLines"
             anchors.fill: parent
-            anchors.margins: 12
+            anchors.margins: 8
             clip: true
             spacing: 12
+            boundsBehavior: Flickable.StopAtBounds
             model: ViewModel.transcript.segments
+            ScrollBar.vertical: ScrollBar {}
 
-            delegate: RowLayout {
-                required property string timeLabel
-                required property string text
-
+            delegate: SegmentRow {
                 width: ListView.view.width
-                spacing: 10
+            }
+        }
 
-                Label {
-                    text: parent.timeLabel
-                    font: Theme.monoFont(12)
-                    color: Theme.secondaryText
-                }
+        // The list glides to the line: its place is found by the list itself, then the list
+        // goes back and eases there.
+        NumberAnimation {
+            id: glide
 
-                Label {
-                    Layout.fillWidth: true
-                    text: parent.text
-                    wrapMode: Text.WordWrap
-                    font: Theme.brandFont(Theme.Regular, 15)
-                    color: Theme.primaryText
-                }
+            target: lines
+            property: "contentY"
+            duration: 200
+            easing.type: Easing.InOutQuad
+        }
+
+        Connections {
+            target: card.screen
+
+            function onPinnedLineRequested(row: int) {
+                glide.stop();
+                const from = lines.contentY;
+                lines.positionViewAtIndex(row, ListView.Center);
+                glide.from = from;
+                glide.to = lines.contentY;
+                lines.contentY = from;
+                glide.start();
+            }
+        }
+    }
+
+    ColumnLayout {
+        Layout.fillWidth: true
+        visible: pinRows.count > 0
+        spacing: 8
+
+        Label {
+            text: Texts.mainPinsTitle
+            font: Theme.brandFont(Theme.Medium, 13)
+            color: Theme.secondaryText
+        }
+
+        Repeater {
+            id: pinRows
+
+            model: ViewModel.transcript.pins
+
+            delegate: PinRow {
+                Layout.fillWidth: true
             }
         }
     }

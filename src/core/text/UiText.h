@@ -664,5 +664,62 @@ inline const QString changePasswordConfirm = u"Toista uusi salasana"_s;
 // (the prompt's buttons are `promptSave` and `promptCancel`).
 inline const QString confirmAccept = u"Vahvista"_s;
 inline const QString savePanelTitle = u"Tallenna tiedosto"_s;
+// The main screen's cards: the control card's commands, counters and system audio help, the
+// transcript's and the sessions' rows, and what a screen reader hears of each row.
+inline const QString mainResume = u"Jatka"_s;
+inline const QString mainPause = u"Tauko"_s;
+inline const QString mainGenerateMemo = u"Muodosta muistio"_s;
+inline const QString mainAddPin = u"Pinnaa hetki"_s;
+inline QString mainPauseElapsed(const QString& elapsed) {
+    return u"Tauolla kulunut "_s + elapsed + u" • yhteys pidetään auki"_s;
+}
+inline const QString mainFallbackNotice =
+    u"Automaattinen varatila käytössä (Mikki + systeemiääni)"_s;
+inline const QString mainCounterSeparator = u"•"_s;
+inline QString mainWordCount(qsizetype count) {
+    return QString::number(count) + u" sanaa"_s;
+}
+inline QString mainSegmentCount(qsizetype count) {
+    return QString::number(count) + u" segmenttiä"_s;
+}
+inline QString mainAudioSource(const QString& label) {
+    return u"Äänilähde: "_s + label;
+}
+/// The session item of the counters; "-" without a session.
+inline QString mainSessionItem(const QString& sessionId) {
+    return u"Sessio: "_s + (sessionId.isEmpty() ? u"-"_s : sessionId);
+}
+inline const QString mainCopySessionId = u"Kopioi"_s;
+inline const QString systemAudioHelpRelaunch =
+    u"Systeemiäänilupa myönnettiin. Käynnistä appi uudelleen ennen uutta yritystä."_s;
+inline const QString systemAudioHelpFailed =
+    u"Systeemiääni ei käynnistynyt. Anna lupa tai tarkista asetukset ja yritä uudelleen."_s;
+inline const QString systemAudioHelpWhere =
+    u"Tekninen tila löytyy kohdasta Lisäasetukset > Systeemiäänen oikeudet ja diagnostiikka."_s;
+inline const QString systemAudioHelpRequesting = u"Pyydetään..."_s;
+inline const QString systemAudioHelpGrant = u"Anna lupa"_s;
+inline const QString systemAudioHelpOpenSettings = u"Avaa asetukset"_s;
+inline const QString systemAudioHelpRelaunchButton = u"Käynnistä appi uudelleen"_s;
+inline const QString mainClearTranscript = u"Tyhjennä"_s;
+inline const QString mainPinsTitle = u"Pinnatut kohdat"_s;
+inline const QString mainShowPin = u"Näytä"_s;
+inline const QString mainRenamePin = u"Nimeä"_s;
+inline const QString mainDelete = u"Poista"_s;
+/// Names a pin's row for its buttons: its title and time.
+inline QString mainPinRowDescription(const QString& title, const QString& time) {
+    return u"Pinni "_s + title + u", "_s + time;
+}
+inline const QString mainSessionsNoteApple =
+    u"Sessiot tallennetaan tämän Macin paikalliseen muistiin."_s;
+inline const QString mainSessionsNote =
+    u"Sessiot tallennetaan tämän koneen paikalliseen muistiin."_s;
+inline const QString mainSessionsEmpty = u"Ei tallennettuja sessioita."_s;
+inline const QString mainLoadSession = u"Lataa"_s;
+inline const QString mainRefreshSessions = u"Päivitä lista"_s;
+inline const QString mainDeleteAllSessions = u"Poista kaikki"_s;
+/// Names a saved session's row for its buttons.
+inline QString mainSessionRowDescription(const QString& sessionLabel) {
+    return u"Sessio "_s + sessionLabel;
+}
 
 } // namespace vesnara::UiText

@@ -36,6 +36,8 @@ QVariant SavedSessionListModel::data(const QModelIndex& index, int role) const {
     case Qt::DisplayRole:
     case SessionLabelRole:
         return sessionLabel(*item);
+    case RowDescriptionRole:
+        return UiText::mainSessionRowDescription(sessionLabel(*item));
     default:
         return {};
     }
@@ -49,6 +51,7 @@ QHash<int, QByteArray> SavedSessionListModel::roleNames() const {
         {SttModelRole, "sttModel"},
         {SegmentCountRole, "segmentCount"},
         {SessionLabelRole, "sessionLabel"},
+        {RowDescriptionRole, "rowDescription"},
     };
 }
 

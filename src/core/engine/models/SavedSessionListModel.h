@@ -20,6 +20,8 @@ public:
         SegmentCountRole,
         /// "dd.MM.yyyy HH:mm • <model> • <count> segmenttiä", the time in the local time zone.
         SessionLabelRole,
+        /// Names the row for a screen reader: "Sessio <label>".
+        RowDescriptionRole,
     };
     Q_ENUM(Role)
 

@@ -1,6 +1,7 @@
 #include "engine/models/TranscriptPinListModel.h"
 
 #include "model/TranscriptPinKind.h"
+#include "text/UiText.h"
 
 #include <algorithm>
 
@@ -18,6 +19,11 @@ void sortPinsByTime(QList<TranscriptPin>& pins) {
 
 QString pinIdText(const QUuid& id) {
     return id.toString(QUuid::WithoutBraces).toUpper();
+}
+
+QString displayTitle(const TranscriptPin& pin) {
+    const QString trimmed = pin.label.trimmed();
+    return trimmed.isEmpty() ? label(pin.kind) : trimmed;
 }
 
 } // namespace
@@ -51,10 +57,8 @@ QVariant TranscriptPinListModel::data(const QModelIndex& index, int role) const 
     case IconNameRole:
         return iconName(pin->kind);
     case Qt::DisplayRole:
-    case PinDisplayTitleRole: {
-        const QString trimmed = pin->label.trimmed();
-        return trimmed.isEmpty() ? label(pin->kind) : trimmed;
-    }
+    case PinDisplayTitleRole:
+        return displayTitle(*pin);
     case HasNoteRole:
         return !pin->note.trimmed().isEmpty();
     case LinkedSegmentIdRole:
@@ -64,6 +68,10 @@ QVariant TranscriptPinListModel::data(const QModelIndex& index, int role) const 
         return m_selectedPinId == pin->id;
     case IsHighlightedRole:
         return m_highlightedPinId == pin->id;
+    case IsActiveRole:
+        return m_selectedPinId == pin->id || m_highlightedPinId == pin->id;
+    case RowDescriptionRole:
+        return UiText::mainPinRowDescription(displayTitle(*pin), pin->timestamp.clockText());
     default:
         return {};
     }
@@ -86,6 +94,8 @@ QHash<int, QByteArray> TranscriptPinListModel::roleNames() const {
         {LinkedSegmentIdRole, "linkedSegmentId"},
         {IsSelectedRole, "isSelected"},
         {IsHighlightedRole, "isHighlighted"},
+        {IsActiveRole, "isActive"},
+        {RowDescriptionRole, "rowDescription"},
     };
 }
 
@@ -166,7 +176,7 @@ void TranscriptPinListModel::setFlag(std::optional<QUuid>& flag, std::optional<Q
     for (qsizetype row = 0; row < pins.size(); ++row) {
         if (pins.at(row).id == previous || pins.at(row).id == flag) {
             const QModelIndex changed = index(static_cast<int>(row));
-            Q_EMIT dataChanged(changed, changed, {role});
+            Q_EMIT dataChanged(changed, changed, {role, IsActiveRole});
         }
     }
 }

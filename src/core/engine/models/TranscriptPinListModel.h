@@ -41,6 +41,10 @@ public:
         LinkedSegmentIdRole,
         IsSelectedRole,
         IsHighlightedRole,
+        /// Selected or lit: the row stands out.
+        IsActiveRole,
+        /// Names the row for a screen reader: its title and time.
+        RowDescriptionRole,
     };
     Q_ENUM(Role)
 

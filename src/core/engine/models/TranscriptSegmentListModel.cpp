@@ -49,6 +49,15 @@ QHash<int, QByteArray> TranscriptSegmentListModel::roleNames() const {
     };
 }
 
+std::optional<qsizetype> TranscriptSegmentListModel::rowOf(const QUuid& id) const {
+    const QList<TranscriptSegment>& segments = m_lines.segments();
+    for (qsizetype row = 0; row < segments.size(); ++row) {
+        if (segments.at(row).id == id)
+            return row;
+    }
+    return std::nullopt;
+}
+
 std::optional<qsizetype> TranscriptSegmentListModel::insertLine(const FinalLine& line) {
     auto addition = m_lines.addition(line);
     if (!addition)

@@ -46,6 +46,8 @@ public:
     const QList<TranscriptSegment>& segments() const { return m_lines.segments(); }
     const QString& transcriptText() const { return m_lines.transcriptText(); }
     qsizetype wordCount() const { return m_lines.wordCount(); }
+    /// The row of the line with `id`, for a view that scrolls to it.
+    std::optional<qsizetype> rowOf(const QUuid& id) const;
 
     /// Adds a final line as `TranscriptLines::add` does, as one inserted row. Returns its row.
     std::optional<qsizetype> add(const FinalLine& line);
