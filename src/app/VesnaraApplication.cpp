@@ -10,7 +10,9 @@
 #include "auth/AuthManager.h"
 #include "backend/HttpTransport.h"
 #include "engine/TranscriptionViewModel.h"
+#include "forms/AdminUsersPanel.h"
 #include "forms/ChangePasswordForm.h"
+#include "forms/ConnectionSettingsForm.h"
 #include "forms/PasswordResetForm.h"
 #include "storage/AppLog.h"
 #include "storage/STTConfigurationStore.h"
@@ -63,6 +65,8 @@ struct VesnaraApplication::Parts {
     std::unique_ptr<TranscriptionViewModel> viewModel;
     std::unique_ptr<PasswordResetForm> passwordReset;
     std::unique_ptr<ChangePasswordForm> changePassword;
+    std::unique_ptr<AdminUsersPanel> adminUsers;
+    std::unique_ptr<ConnectionSettingsForm> connectionSettings;
 };
 
 VesnaraApplication::VesnaraApplication(AppOptions options, Platform platform, QObject* parent)
@@ -114,10 +118,14 @@ VesnaraApplication::VesnaraApplication(AppOptions options, Platform platform, QO
         platform.downloadsDirectory, platform.temporaryDirectory});
     parts.passwordReset = std::make_unique<PasswordResetForm>(*parts.auth);
     parts.changePassword = std::make_unique<ChangePasswordForm>(*parts.auth);
+    parts.adminUsers = std::make_unique<AdminUsersPanel>(*parts.auth, platform.dialogs);
+    parts.connectionSettings =
+        std::make_unique<ConnectionSettingsForm>(*parts.viewModel->settings(), *parts.auth);
     // A sheet left open belongs to the screen it was opened on, not to the next login.
     connect(parts.auth.get(), &AuthManager::isAuthenticatedChanged, this, [this] {
         m_parts->passwordReset->close();
         m_parts->changePassword->close();
+        m_parts->adminUsers->reset();
     });
 }
 
@@ -125,6 +133,8 @@ VesnaraApplication::VesnaraApplication(AppOptions options)
     : VesnaraApplication(std::move(options), Platform{}) {}
 
 VesnaraApplication::~VesnaraApplication() {
+    m_parts->connectionSettings.reset();
+    m_parts->adminUsers.reset();
     m_parts->changePassword.reset();
     m_parts->passwordReset.reset();
     // The view model stops its sources before the backends they run on go.
@@ -156,6 +166,14 @@ PasswordResetForm& VesnaraApplication::passwordResetForm() {
 
 ChangePasswordForm& VesnaraApplication::changePasswordForm() {
     return *m_parts->changePassword;
+}
+
+AdminUsersPanel& VesnaraApplication::adminUsersPanel() {
+    return *m_parts->adminUsers;
+}
+
+ConnectionSettingsForm& VesnaraApplication::connectionSettingsForm() {
+    return *m_parts->connectionSettings;
 }
 
 bool VesnaraApplication::load(QQmlApplicationEngine& engine) {
@@ -199,6 +217,15 @@ PasswordResetForm* PasswordResetFormForeign::create(QQmlEngine*, QJSEngine* scri
 
 ChangePasswordForm* ChangePasswordFormForeign::create(QQmlEngine*, QJSEngine* scriptEngine) {
     return handOut(&VesnaraApplication::instance()->changePasswordForm(), scriptEngine);
+}
+
+AdminUsersPanel* AdminUsersPanelForeign::create(QQmlEngine*, QJSEngine* scriptEngine) {
+    return handOut(&VesnaraApplication::instance()->adminUsersPanel(), scriptEngine);
+}
+
+ConnectionSettingsForm* ConnectionSettingsFormForeign::create(QQmlEngine*,
+                                                              QJSEngine* scriptEngine) {
+    return handOut(&VesnaraApplication::instance()->connectionSettingsForm(), scriptEngine);
 }
 
 } // namespace qml

@@ -13,10 +13,12 @@ class QQmlApplicationEngine;
 
 namespace vesnara {
 
+class AdminUsersPanel;
 class AudioInputBackend;
 class AuthManager;
 class ChangePasswordForm;
 class Clipboard;
+class ConnectionSettingsForm;
 class DesktopServices;
 class Dialogs;
 class FilePanels;
@@ -70,6 +72,10 @@ public:
     /// The account sheets' forms; both close whenever the login state changes.
     PasswordResetForm& passwordResetForm();
     ChangePasswordForm& changePasswordForm();
+    /// The settings card's user administration panel and connection settings; the panel
+    /// starts empty again whenever the login state changes.
+    AdminUsersPanel& adminUsersPanel();
+    ConnectionSettingsForm& connectionSettingsForm();
     /// The brand logo's file, when a deployment provides one.
     const std::optional<QString>& logoPath() const { return m_logoPath; }
 
