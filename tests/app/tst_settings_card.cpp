@@ -15,6 +15,7 @@
 
 #include <QAbstractItemModelTester>
 #include <QQuickItem>
+#include <QSignalSpy>
 
 using namespace vesnara;
 using namespace vesnara::test;
@@ -56,6 +57,10 @@ class SettingsCardTest : public QObject, WindowDriver {
     QQuickItem* reveal(QQuickItem* item) {
         if (!item)
             return nullptr;
+        // Rows that just appeared are placed at the next frame.
+        QSignalSpy frame(m_window, &QQuickWindow::frameSwapped);
+        m_window->update();
+        frame.wait(1000);
         QQuickItem* flickable = item->parentItem();
         while (flickable && !flickable->inherits("QQuickFlickable"))
             flickable = flickable->parentItem();
@@ -236,6 +241,7 @@ private Q_SLOTS:
         QTRY_VERIFY((micGain = shown(UiText::settingsMicGain, QAccessible::Slider)));
         QCOMPARE(micGain->property("value").toDouble(), 1.8);
         QVERIFY(showsText(micGain->parentItem(), u"200%"_s));
+        screenshot(u"settings-mix"_s);
         // Nothing matches a preset with this gain: none is selected, the line says so.
         QVERIFY(control(UiText::mixPresetCustom, QAccessible::StaticText));
         QVERIFY(!control(UiText::mixPresetMeeting, QAccessible::Button)
