@@ -7,10 +7,12 @@
 #include "engine/StatusLine.h"
 #include "engine/models/InputDeviceListModel.h"
 #include "engine/parts/AudioSources.h"
+#include "engine/parts/PermissionPanel.h"
 #include "engine/parts/RecordingSettings.h"
 #include "engine/parts/SupportTools.h"
 #include "forms/AdminUsersPanel.h"
 #include "refbackend/UserStore.h"
+#include "support/ScriptedPermissionProbe.h"
 #include "text/UiText.h"
 
 #include <QAbstractItemModelTester>
@@ -319,6 +321,36 @@ private Q_SLOTS:
         stepPicker(picker, -2);
         QTRY_COMPARE(vm.sources()->selectedInputDeviceID(), 0u);
         QTRY_VERIFY(!control(UiText::settingsVirtualInputHint, QAccessible::StaticText));
+    }
+
+    // The system audio group: closed until the permission panel asks for its help, then open
+    // with the settings hint; a grant made now offers the relaunch instead of the request.
+    void theSystemAudioHelpOpensItsGroup() {
+        AppHarness h;
+        auto probe = std::make_shared<ScriptedPermissionProbe>();
+        h.permissionProbe = probe;
+        QVERIFY(openMainScreen(h, u"user"_s));
+        TranscriptionViewModel& vm = h.application->viewModel();
+        vm.sources()->setInputMode(AudioInputMode::systemAudio);
+        QTRY_VERIFY(control(UiText::settingsSystemAudioPermissions, QAccessible::Button));
+        const QString group = UiText::settingsSystemAudioPermissions;
+        QVERIFY(!rowButton(UiText::permissionRequest, group));
+
+        vm.permissions()->requestSystemAudioPermissionFromUI();
+        QTRY_VERIFY_WITH_TIMEOUT(vm.permissions()->showSystemAudioPermissionHelp(), kEngineWaitMs);
+        QQuickItem* request = nullptr;
+        QTRY_VERIFY((request = rowButton(UiText::permissionRequest, group)));
+        QVERIFY(showsText(root(), UiText::systemAudioPermissionSettingsHint));
+        QVERIFY(!rowButton(UiText::permissionRelaunch, group));
+
+        probe->systemAccessResult = true;
+        probe->probeResults = {
+            {.succeeded = true, .displayCount = 1, .applicationCount = 0, .errorDetails = {}}};
+        QTRY_VERIFY(request->isEnabled());
+        click(request);
+        QTRY_VERIFY_WITH_TIMEOUT(rowButton(UiText::permissionRelaunch, group), kEngineWaitMs);
+        QVERIFY(!rowButton(UiText::permissionRequest, group));
+        QVERIFY(!showsText(root(), UiText::systemAudioPermissionSettingsHint));
     }
 
     // Rows 24 to 26: the diagnostics and connection groups for an administrator, the user
