@@ -20,7 +20,10 @@
 #include "engine/parts/SessionHistory.h"
 #include "engine/parts/SessionTranscript.h"
 #include "engine/parts/SupportTools.h"
+#include "forms/AdminUsersModel.h"
+#include "forms/AdminUsersPanel.h"
 #include "forms/ChangePasswordForm.h"
+#include "forms/ConnectionSettingsForm.h"
 #include "forms/PasswordResetForm.h"
 #include "model/Enumerations.h"
 
@@ -66,6 +69,34 @@ struct ChangePasswordFormForeign {
 
 public:
     static ChangePasswordForm* create(QQmlEngine* engine, QJSEngine* scriptEngine);
+};
+
+// The settings card's user administration panel and connection settings.
+struct AdminUsersPanelForeign {
+    Q_GADGET
+    QML_FOREIGN(vesnara::AdminUsersPanel)
+    QML_NAMED_ELEMENT(AdminUsersPanel)
+    QML_SINGLETON
+
+public:
+    static AdminUsersPanel* create(QQmlEngine* engine, QJSEngine* scriptEngine);
+};
+
+struct ConnectionSettingsFormForeign {
+    Q_GADGET
+    QML_FOREIGN(vesnara::ConnectionSettingsForm)
+    QML_NAMED_ELEMENT(ConnectionSettingsForm)
+    QML_SINGLETON
+
+public:
+    static ConnectionSettingsForm* create(QQmlEngine* engine, QJSEngine* scriptEngine);
+};
+
+struct AdminUsersModelForeign {
+    Q_GADGET
+    QML_FOREIGN(vesnara::AdminUsersModel)
+    QML_NAMED_ELEMENT(AdminUsersModel)
+    QML_UNCREATABLE("owned by the user administration panel")
 };
 
 struct StatusLineForeign {

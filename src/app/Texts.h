@@ -71,6 +71,66 @@ class Texts : public QObject {
     Q_PROPERTY(QString mainLoadSession READ mainLoadSession CONSTANT)
     Q_PROPERTY(QString mainRefreshSessions READ mainRefreshSessions CONSTANT)
     Q_PROPERTY(QString mainDeleteAllSessions READ mainDeleteAllSessions CONSTANT)
+    // The advanced-settings card and the user administration panel
+    Q_PROPERTY(QString settingsInputModeHint READ settingsInputModeHint CONSTANT)
+    Q_PROPERTY(QString settingsSystemFallback READ settingsSystemFallback CONSTANT)
+    Q_PROPERTY(QString settingsLanguage READ settingsLanguage CONSTANT)
+    Q_PROPERTY(QString settingsModel READ settingsModel CONSTANT)
+    Q_PROPERTY(QString settingsMicrophone READ settingsMicrophone CONSTANT)
+    Q_PROPERTY(QString settingsRefreshDevices READ settingsRefreshDevices CONSTANT)
+    Q_PROPERTY(QString settingsMicrophonePermissions READ settingsMicrophonePermissions CONSTANT)
+    Q_PROPERTY(QString settingsSystemAudioSource READ settingsSystemAudioSource CONSTANT)
+    Q_PROPERTY(QString settingsRefreshDisplays READ settingsRefreshDisplays CONSTANT)
+    Q_PROPERTY(QString settingsApplication READ settingsApplication CONSTANT)
+    Q_PROPERTY(QString settingsRefreshApplications READ settingsRefreshApplications CONSTANT)
+    Q_PROPERTY(QString settingsSystemAudioPermissions READ settingsSystemAudioPermissions CONSTANT)
+    Q_PROPERTY(QString settingsMixPreset READ settingsMixPreset CONSTANT)
+    Q_PROPERTY(QString settingsMixPresetCustom READ settingsMixPresetCustom CONSTANT)
+    Q_PROPERTY(QString settingsMicGain READ settingsMicGain CONSTANT)
+    Q_PROPERTY(QString settingsSystemGain READ settingsSystemGain CONSTANT)
+    Q_PROPERTY(QString settingsLimiter READ settingsLimiter CONSTANT)
+    Q_PROPERTY(QString settingsAutoDucking READ settingsAutoDucking CONSTANT)
+    Q_PROPERTY(QString settingsDuckingStrength READ settingsDuckingStrength CONSTANT)
+    Q_PROPERTY(QString settingsVirtualInputHint READ settingsVirtualInputHint CONSTANT)
+    Q_PROPERTY(QString settingsExportFormat READ settingsExportFormat CONSTANT)
+    Q_PROPERTY(QString settingsAutoExport READ settingsAutoExport CONSTANT)
+    Q_PROPERTY(QString permissionCheckStatus READ permissionCheckStatus CONSTANT)
+    Q_PROPERTY(QString permissionOpenSettings READ permissionOpenSettings CONSTANT)
+    Q_PROPERTY(QString permissionRelaunch READ permissionRelaunch CONSTANT)
+    Q_PROPERTY(QString settingsActions READ settingsActions CONSTANT)
+    Q_PROPERTY(QString settingsAudioTest READ settingsAudioTest CONSTANT)
+    Q_PROPERTY(QString settingsCopy READ settingsCopy CONSTANT)
+    Q_PROPERTY(QString settingsTestConnection READ settingsTestConnection CONSTANT)
+    Q_PROPERTY(QString settingsCheckUpdates READ settingsCheckUpdates CONSTANT)
+    Q_PROPERTY(QString settingsSave READ settingsSave CONSTANT)
+    Q_PROPERTY(QString diagnosticsGroup READ diagnosticsGroup CONSTANT)
+    Q_PROPERTY(QString diagnosticsExport READ diagnosticsExport CONSTANT)
+    Q_PROPERTY(QString diagnosticsOpenLatest READ diagnosticsOpenLatest CONSTANT)
+    Q_PROPERTY(QString diagnosticsReveal READ diagnosticsReveal CONSTANT)
+    Q_PROPERTY(QString diagnosticsCopySupport READ diagnosticsCopySupport CONSTANT)
+    Q_PROPERTY(QString adminUsersGroup READ adminUsersGroup CONSTANT)
+    Q_PROPERTY(QString adminKeyCaption READ adminKeyCaption CONSTANT)
+    Q_PROPERTY(QString adminKeyPlaceholder READ adminKeyPlaceholder CONSTANT)
+    Q_PROPERTY(QString adminSaveKey READ adminSaveKey CONSTANT)
+    Q_PROPERTY(QString adminClearKey READ adminClearKey CONSTANT)
+    Q_PROPERTY(QString adminNewUserEmail READ adminNewUserEmail CONSTANT)
+    Q_PROPERTY(QString adminNewUserPassword READ adminNewUserPassword CONSTANT)
+    Q_PROPERTY(QString adminNewUserRole READ adminNewUserRole CONSTANT)
+    Q_PROPERTY(QString adminCreateUser READ adminCreateUser CONSTANT)
+    Q_PROPERTY(QString adminMakeAdmin READ adminMakeAdmin CONSTANT)
+    Q_PROPERTY(QString adminMakeUser READ adminMakeUser CONSTANT)
+    Q_PROPERTY(QString adminResetPassword READ adminResetPassword CONSTANT)
+    Q_PROPERTY(QString adminDeleteUser READ adminDeleteUser CONSTANT)
+    Q_PROPERTY(QString connectionGroup READ connectionGroup CONSTANT)
+    Q_PROPERTY(QString connectionBackendURL READ connectionBackendURL CONSTANT)
+    Q_PROPERTY(QString connectionAPIKey READ connectionAPIKey CONSTANT)
+    Q_PROPERTY(QString connectionAuthURL READ connectionAuthURL CONSTANT)
+    Q_PROPERTY(QString connectionUpdateFeedURL READ connectionUpdateFeedURL CONSTANT)
+    Q_PROPERTY(QString connectionDefaultBackend READ connectionDefaultBackend CONSTANT)
+    Q_PROPERTY(QString connectionDefaultAPIKey READ connectionDefaultAPIKey CONSTANT)
+    Q_PROPERTY(QString connectionDefaultAuth READ connectionDefaultAuth CONSTANT)
+    Q_PROPERTY(QString connectionDefaultUpdateFeed READ connectionDefaultUpdateFeed CONSTANT)
+    Q_PROPERTY(QString connectionAPIKeyFromClipboard READ connectionAPIKeyFromClipboard CONSTANT)
 
 public:
     explicit Texts(QObject* parent = nullptr);
@@ -133,6 +193,68 @@ public:
     static QString mainLoadSession() { return UiText::mainLoadSession; }
     static QString mainRefreshSessions() { return UiText::mainRefreshSessions; }
     static QString mainDeleteAllSessions() { return UiText::mainDeleteAllSessions; }
+    // The advanced-settings card and the user administration panel
+    static QString settingsInputModeHint() { return UiText::settingsInputModeHint; }
+    static QString settingsSystemFallback() { return UiText::settingsSystemFallback; }
+    static QString settingsLanguage() { return UiText::settingsLanguage; }
+    static QString settingsModel() { return UiText::settingsModel; }
+    static QString settingsMicrophone() { return UiText::inputModeMicrophone; }
+    static QString settingsRefreshDevices() { return UiText::settingsRefreshDevices; }
+    static QString settingsMicrophonePermissions() { return UiText::settingsMicrophonePermissions; }
+    static QString settingsSystemAudioSource() { return UiText::settingsSystemAudioSource; }
+    static QString settingsRefreshDisplays() { return UiText::settingsRefreshDisplays; }
+    static QString settingsApplication() { return UiText::settingsApplication; }
+    static QString settingsRefreshApplications() { return UiText::settingsRefreshApplications; }
+    static QString settingsSystemAudioPermissions() {
+        return UiText::settingsSystemAudioPermissions;
+    }
+    static QString settingsMixPreset() { return UiText::settingsMixPreset; }
+    static QString settingsMixPresetCustom() { return UiText::mixPresetCustom; }
+    static QString settingsMicGain() { return UiText::settingsMicGain; }
+    static QString settingsSystemGain() { return UiText::settingsSystemGain; }
+    static QString settingsLimiter() { return UiText::settingsLimiter; }
+    static QString settingsAutoDucking() { return UiText::settingsAutoDucking; }
+    static QString settingsDuckingStrength() { return UiText::settingsDuckingStrength; }
+    static QString settingsVirtualInputHint() { return UiText::settingsVirtualInputHint; }
+    static QString settingsExportFormat() { return UiText::settingsExportFormat; }
+    static QString settingsAutoExport() { return UiText::settingsAutoExport; }
+    static QString permissionCheckStatus() { return UiText::permissionCheckStatus; }
+    static QString permissionOpenSettings() { return UiText::permissionOpenSettings; }
+    static QString permissionRelaunch() { return UiText::permissionRelaunch; }
+    static QString settingsActions() { return UiText::settingsActions; }
+    static QString settingsAudioTest() { return UiText::settingsAudioTest; }
+    static QString settingsCopy() { return UiText::settingsCopy; }
+    static QString settingsTestConnection() { return UiText::settingsTestConnection; }
+    static QString settingsCheckUpdates() { return UiText::settingsCheckUpdates; }
+    static QString settingsSave() { return UiText::settingsSave; }
+    static QString diagnosticsGroup() { return UiText::diagnosticsGroup; }
+    static QString diagnosticsExport() { return UiText::diagnosticsExport; }
+    static QString diagnosticsOpenLatest() { return UiText::diagnosticsOpenLatest; }
+    static QString diagnosticsReveal() { return UiText::diagnosticsReveal; }
+    static QString diagnosticsCopySupport() { return UiText::diagnosticsCopySupport; }
+    static QString adminUsersGroup() { return UiText::adminUsersGroup; }
+    static QString adminKeyCaption() { return UiText::adminKeyCaption; }
+    static QString adminKeyPlaceholder() { return UiText::adminKeyPlaceholder; }
+    static QString adminSaveKey() { return UiText::adminSaveKey; }
+    static QString adminClearKey() { return UiText::adminClearKey; }
+    static QString adminNewUserEmail() { return UiText::adminNewUserEmail; }
+    static QString adminNewUserPassword() { return UiText::adminNewUserPassword; }
+    static QString adminNewUserRole() { return UiText::adminNewUserRole; }
+    static QString adminCreateUser() { return UiText::adminCreateUser; }
+    static QString adminMakeAdmin() { return UiText::adminMakeAdmin; }
+    static QString adminMakeUser() { return UiText::adminMakeUser; }
+    static QString adminResetPassword() { return UiText::adminResetPasswordTitle; }
+    static QString adminDeleteUser() { return UiText::adminDeleteUser; }
+    static QString connectionGroup() { return UiText::connectionGroup; }
+    static QString connectionBackendURL() { return UiText::promptBackendURLTitle; }
+    static QString connectionAPIKey() { return UiText::promptAPIKeyTitle; }
+    static QString connectionAuthURL() { return UiText::promptAuthURLTitle; }
+    static QString connectionUpdateFeedURL() { return UiText::promptUpdateManifestURLTitle; }
+    static QString connectionDefaultBackend() { return UiText::connectionDefaultBackend; }
+    static QString connectionDefaultAPIKey() { return UiText::connectionDefaultAPIKey; }
+    static QString connectionDefaultAuth() { return UiText::connectionDefaultAuth; }
+    static QString connectionDefaultUpdateFeed() { return UiText::connectionDefaultUpdateFeed; }
+    static QString connectionAPIKeyFromClipboard() { return UiText::connectionAPIKeyFromClipboard; }
 };
 
 } // namespace vesnara

@@ -12,7 +12,9 @@
 #include "auth/AuthManager.h"
 #include "backend/HttpTransport.h"
 #include "engine/TranscriptionViewModel.h"
+#include "forms/AdminUsersPanel.h"
 #include "forms/ChangePasswordForm.h"
+#include "forms/ConnectionSettingsForm.h"
 #include "forms/PasswordResetForm.h"
 #include "storage/AppLog.h"
 #include "storage/STTConfigurationStore.h"
@@ -69,6 +71,8 @@ struct VesnaraApplication::Parts {
     // The window's questions
     std::unique_ptr<QmlDialogs> windowDialogs;
     std::unique_ptr<QmlFilePanels> windowFilePanels;
+    std::unique_ptr<AdminUsersPanel> adminUsers;
+    std::unique_ptr<ConnectionSettingsForm> connectionSettings;
 };
 
 VesnaraApplication::VesnaraApplication(AppOptions options, Platform platform, QObject* parent)
@@ -128,10 +132,14 @@ VesnaraApplication::VesnaraApplication(AppOptions options, Platform platform, QO
         platform.downloadsDirectory, platform.temporaryDirectory});
     parts.passwordReset = std::make_unique<PasswordResetForm>(*parts.auth);
     parts.changePassword = std::make_unique<ChangePasswordForm>(*parts.auth);
+    parts.adminUsers = std::make_unique<AdminUsersPanel>(*parts.auth, platform.dialogs);
+    parts.connectionSettings =
+        std::make_unique<ConnectionSettingsForm>(*parts.viewModel->settings(), *parts.auth);
     // A sheet left open belongs to the screen it was opened on, not to the next login.
     connect(parts.auth.get(), &AuthManager::isAuthenticatedChanged, this, [this] {
         m_parts->passwordReset->close();
         m_parts->changePassword->close();
+        m_parts->adminUsers->reset();
     });
     // A question left open belongs to the login it was asked under.
     connect(parts.auth.get(), &AuthManager::isAuthenticatedChanged, this,
@@ -142,6 +150,8 @@ VesnaraApplication::VesnaraApplication(AppOptions options)
     : VesnaraApplication(std::move(options), Platform{}) {}
 
 VesnaraApplication::~VesnaraApplication() {
+    m_parts->connectionSettings.reset();
+    m_parts->adminUsers.reset();
     m_parts->changePassword.reset();
     m_parts->passwordReset.reset();
     // The view model stops its sources before the backends they run on go.
@@ -186,6 +196,14 @@ PasswordResetForm& VesnaraApplication::passwordResetForm() {
 
 ChangePasswordForm& VesnaraApplication::changePasswordForm() {
     return *m_parts->changePassword;
+}
+
+AdminUsersPanel& VesnaraApplication::adminUsersPanel() {
+    return *m_parts->adminUsers;
+}
+
+ConnectionSettingsForm& VesnaraApplication::connectionSettingsForm() {
+    return *m_parts->connectionSettings;
 }
 
 bool VesnaraApplication::load(QQmlApplicationEngine& engine) {
@@ -234,6 +252,15 @@ PasswordResetForm* PasswordResetFormForeign::create(QQmlEngine*, QJSEngine* scri
 
 ChangePasswordForm* ChangePasswordFormForeign::create(QQmlEngine*, QJSEngine* scriptEngine) {
     return handOut(&VesnaraApplication::instance()->changePasswordForm(), scriptEngine);
+}
+
+AdminUsersPanel* AdminUsersPanelForeign::create(QQmlEngine*, QJSEngine* scriptEngine) {
+    return handOut(&VesnaraApplication::instance()->adminUsersPanel(), scriptEngine);
+}
+
+ConnectionSettingsForm* ConnectionSettingsFormForeign::create(QQmlEngine*,
+                                                              QJSEngine* scriptEngine) {
+    return handOut(&VesnaraApplication::instance()->connectionSettingsForm(), scriptEngine);
 }
 
 } // namespace qml

@@ -13,10 +13,12 @@ class QQmlApplicationEngine;
 
 namespace vesnara {
 
+class AdminUsersPanel;
 class AudioInputBackend;
 class AuthManager;
 class ChangePasswordForm;
 class Clipboard;
+class ConnectionSettingsForm;
 class DesktopServices;
 class Dialogs;
 class FilePanels;
@@ -77,6 +79,10 @@ public:
     /// unless the platform gave dialogs or file panels of its own; either way QML binds to them.
     QmlDialogs& windowDialogs();
     QmlFilePanels& windowFilePanels();
+    /// The settings card's user administration panel and connection settings; the panel
+    /// starts empty again whenever the login state changes.
+    AdminUsersPanel& adminUsersPanel();
+    ConnectionSettingsForm& connectionSettingsForm();
     /// The brand logo's file, when a deployment provides one.
     const std::optional<QString>& logoPath() const { return m_logoPath; }
 

@@ -93,6 +93,8 @@ public:
     void endSession(const QString& sessionId);
     /// Changes `RefBackendOptions::idleStopLimit` for streams that close from now on.
     void setIdleStopLimit(std::chrono::milliseconds limit) { m_options.idleStopLimit = limit; }
+    /// Changes `RefBackendOptions::adminKey`; empty turns the user administration off.
+    void setAdminKey(const QString& key) { m_options.adminKey = key; }
     /// Replaces the update manifest that `/updates/latest-mac.json` serves. Any other
     /// `/updates/<name>.json` serves the file of that name under `<data-dir>/updates/`.
     void setUpdateManifest(const QByteArray& json);

@@ -30,6 +30,8 @@ struct AppHarness {
     QTemporaryDir downloads;
     QTemporaryDir temporary;
     QTemporaryDir resources;
+    // Settings card: a scripted permission platform; none means both sources are permitted.
+    std::shared_ptr<PermissionProbe> permissionProbe;
     std::unique_ptr<VesnaraApplication> application;
     // The window's questions
     /// True: the dialogs and file panels are the window's own QML ones instead of the scripted
@@ -69,7 +71,7 @@ struct AppHarness {
         platform.preferences = &preferences;
         platform.audioInputBackend = &microphoneBackend;
         platform.systemAudioBackend = &systemBackend;
-        platform.permissionProbe = std::shared_ptr<PermissionProbe>();
+        platform.permissionProbe = permissionProbe;
         platform.desktopServices = &desktop;
         platform.clipboard = &clipboard;
         if (!windowQuestions) {

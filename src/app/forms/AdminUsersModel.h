@@ -8,7 +8,8 @@ namespace vesnara {
 /// The users of the administration panel, one row each, in the order the panel gives them.
 /// A reload is applied as the difference from the shown list, so a row that only changed state
 /// keeps its delegate. Every row carries its ready texts and which role buttons it shows.
-class AdminUsersModel final : public KeyedListModel<AuthAdminUser> {
+/// (Not `final`: QML's registration derives from a default-constructible type.)
+class AdminUsersModel : public KeyedListModel<AuthAdminUser> {
     Q_OBJECT
 
 public:

@@ -77,6 +77,15 @@ void AdminUsersPanel::applyAdminGate(bool inAppAdminEnabled) {
     }
 }
 
+void AdminUsersPanel::reset() {
+    m_users.setUsers({});
+    setAdminKey({});
+    setNewUserEmail({});
+    setNewUserPassword({});
+    setNewUserRole(userRole);
+    setLines({}, {});
+}
+
 void AdminUsersPanel::saveKey() {
     const auto key = normalizedAdminKey();
     if (!key)

@@ -78,6 +78,10 @@ public:
     /// key is erased and the field emptied.
     Q_INVOKABLE void applyAdminGate(bool inAppAdminEnabled);
 
+    /// Back to the panel of a fresh screen: no users, empty fields and lines. The stored key
+    /// stays; requests still running report as usual.
+    void reset();
+
     /// "Tallenna avain": stores the trimmed key.
     Q_INVOKABLE void saveKey();
     /// "Tyhjennä avain": erases the stored key and empties the field.

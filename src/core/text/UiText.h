@@ -721,5 +721,92 @@ inline const QString mainDeleteAllSessions = u"Poista kaikki"_s;
 inline QString mainSessionRowDescription(const QString& sessionLabel) {
     return u"Sessio "_s + sessionLabel;
 }
+// The advanced-settings card: its rows, the two permission groups, the actions, the
+// administrators' groups and the user administration panel.
+inline const QString settingsInputModeHint =
+    u"Vinkki: käytä \"Mikrofoni + systeemiääni\" Meet- ja Teams-tapaamisissa."_s;
+inline const QString settingsSystemFallback = u"Automaattinen varatila systeemiäänelle"_s;
+inline const QString settingsLanguage = u"Kieli"_s;
+inline const QString settingsModel = u"STT-malli"_s;
+inline const QString settingsRefreshDevices = u"Päivitä laitteet"_s;
+inline const QString settingsMicrophonePermissions = u"Mikrofonioikeudet"_s;
+inline const QString settingsSystemAudioSource = u"Systeemiääni-lähde"_s;
+inline const QString settingsRefreshDisplaysApple = u"Päivitä näytöt"_s;
+inline const QString settingsRefreshDisplays = u"Päivitä äänilähdöt"_s;
+inline const QString settingsApplication = u"Sovellus (valinnainen)"_s;
+inline const QString settingsRefreshApplications = u"Päivitä sovellukset"_s;
+inline const QString settingsSystemAudioPermissions = u"Systeemiäänen oikeudet ja diagnostiikka"_s;
+inline const QString settingsMixPreset = u"Miksausprofiili"_s;
+inline const QString settingsMicGain = u"Mikin taso"_s;
+inline const QString settingsSystemGain = u"Systeemiäänen taso"_s;
+inline const QString settingsLimiter = u"Rajoitin"_s;
+inline const QString settingsAutoDucking = u"Automaattinen ducking"_s;
+inline const QString settingsDuckingStrength = u"Ducking-voimakkuus"_s;
+inline const QString settingsVirtualInputHint =
+    u"Valittu syöttö on virtuaalilaite. Jos puhe ei litteroidu, vaihda fyysiseen mikrofoniin tai Auto-asetukseen."_s;
+inline const QString settingsExportFormat = u"Tallennusmuoto"_s;
+inline const QString settingsAutoExport = u"Auto-export"_s;
+/// A slider's value as a whole percentage.
+inline QString settingsPercent(double value) {
+    return QString::number(qRound(value * 100)) + u'%';
+}
+inline const QString permissionCheckStatus = u"Tarkista tila"_s;
+inline const QString permissionRequest = u"Pyydä lupa"_s;
+inline const QString permissionRequesting = u"Pyydetään..."_s;
+inline const QString permissionOpenSettingsApple = u"Avaa macOS-asetukset"_s;
+inline const QString permissionOpenSettings = u"Avaa ääniasetukset"_s;
+inline const QString microphonePermissionSettingsHintApple =
+    u"Jos lupa on aiemmin estetty, macOS ei näytä ponnahdusta uudelleen. Avaa asetukset ja salli mikrofoni tälle apille."_s;
+inline const QString microphonePermissionSettingsHint =
+    u"Jos lupa on aiemmin estetty, järjestelmä ei kysy sitä uudelleen. Avaa ääniasetukset ja salli mikrofoni tälle apille."_s;
+inline const QString microphonePermissionPromptHint =
+    u"Jos ponnahdusikkunaa ei tule, paina ensin \"Tarkista tila\" ja sitten \"Pyydä lupa\"."_s;
+inline const QString systemAudioPermissionSettingsHintApple =
+    u"Salli Vesnara kohdassa Screen & System Audio Recording. Jos lupa myönnetään nyt, käynnistä appi uudelleen ennen uutta yritystä."_s;
+inline const QString systemAudioPermissionSettingsHint =
+    u"Tarkista järjestelmän ääniasetuksista, että äänipalvelin on käynnissä ja äänilähtö näkyy. Jos lupa myönnetään nyt, käynnistä appi uudelleen ennen uutta yritystä."_s;
+inline const QString systemAudioPermissionPromptHintApple =
+    u"Jos ponnahdusikkunaa ei tule, käytä nappia \"Pyydä lupa\" tai aloita tallennus, jolloin macOS voi pyytää luvan."_s;
+inline const QString systemAudioPermissionPromptHint =
+    u"Jos ponnahdusikkunaa ei tule, käytä nappia \"Pyydä lupa\" tai aloita tallennus, jolloin järjestelmä voi pyytää luvan."_s;
+inline const QString permissionRelaunch = u"Käynnistä appi uudelleen"_s;
+inline const QString settingsActions = u"Toiminnot"_s;
+inline const QString settingsAudioTest = u"Äänitesti (5 s)"_s;
+inline const QString settingsCopy = u"Kopioi"_s;
+inline const QString settingsTestConnection = u"Testaa yhteys"_s;
+inline const QString settingsCheckUpdates = u"Tarkista päivitykset"_s;
+inline const QString settingsSave = u"Tallenna asetukset"_s;
+inline QString settingsVersionLabel(const QString& version, const QString& build) {
+    return u"Versio "_s + version + u" (build "_s + build + u')';
+}
+inline QString settingsMemoStatus(const QString& status) {
+    return u"Muistio-AI: "_s + status;
+}
+inline const QString diagnosticsGroup = u"Diagnostiikka (edistynyt)"_s;
+inline const QString diagnosticsExport = u"Vie diagnostiikka"_s;
+inline const QString diagnosticsRestoreCrashed = u"Palauta viime kaatunut sessio"_s;
+inline const QString diagnosticsRestoring = u"Palautetaan..."_s;
+inline const QString diagnosticsOpenLatest = u"Avaa viimeisin diagnoosi"_s;
+inline const QString diagnosticsRevealApple = u"Näytä Finderissa"_s;
+inline const QString diagnosticsReveal = u"Näytä tiedostonhallinnassa"_s;
+inline const QString diagnosticsCopySupport = u"Kopioi tukiviesti"_s;
+inline const QString adminUsersGroup = u"Käyttäjähallinta (admin)"_s;
+inline const QString adminKeyCaption = u"Admin-avain"_s;
+inline const QString adminKeyPlaceholder = u"Syötä admin-avain"_s;
+inline const QString adminSaveKey = u"Tallenna avain"_s;
+inline const QString adminClearKey = u"Tyhjennä avain"_s;
+inline const QString adminNewUserEmail = u"email"_s;
+inline const QString adminNewUserPassword = u"salasana"_s;
+inline const QString adminNewUserRole = u"Rooli"_s;
+inline const QString adminCreateUser = u"Luo"_s;
+inline const QString adminMakeAdmin = u"Tee admin"_s;
+inline const QString adminMakeUser = u"Tee user"_s;
+inline const QString adminDeleteUser = u"Poista"_s;
+inline const QString connectionGroup = u"Yhteysasetukset (edistynyt)"_s;
+inline const QString connectionDefaultBackend = u"Oletus backend"_s;
+inline const QString connectionDefaultAPIKey = u"Oletus API key"_s;
+inline const QString connectionDefaultAuth = u"Oletus auth"_s;
+inline const QString connectionDefaultUpdateFeed = u"Oletus päivitysfeed"_s;
+inline const QString connectionAPIKeyFromClipboard = u"API key leikepöydältä"_s;
 
 } // namespace vesnara::UiText
