@@ -642,6 +642,10 @@ QList<Row> catalogue() {
         {"changePasswordCurrent", UiText::changePasswordCurrent, u"Nykyinen salasana"_s},
         {"changePasswordNew", UiText::changePasswordNew, u"Uusi salasana"_s},
         {"changePasswordConfirm", UiText::changePasswordConfirm, u"Toista uusi salasana"_s},
+        // Echo guard in mixed mode.
+        {"hintEchoGuardUnavailable", UiText::hintEchoGuardUnavailable,
+         u"Kaiunpoisto ei käynnistynyt, joten tallennus jatkuu ilman sitä: kaiuttimista "
+         u"mikrofoniin kantautuva puhe voi näkyä transkriptiossa kahdesti. Käytä kuulokkeita."_s},
     };
 }
 

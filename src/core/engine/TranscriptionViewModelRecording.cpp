@@ -250,6 +250,7 @@ void TranscriptionViewModel::deactivateLiveCapture() {
     m_sources.systemAudio().onPCMFrame = {};
     m_sources.systemAudio().onRawAudioSample = {};
     m_sources.systemAudio().stopAsync();
+    closeEchoGuard();
     m_mixerQueues.pendingMicChunks.clear();
     m_mixerQueues.pendingSystemChunks.clear();
     m_mixerQueues.mixedLagDropMicChunks = 0;

@@ -660,4 +660,9 @@ inline const QString changePasswordCurrent = u"Nykyinen salasana"_s;
 inline const QString changePasswordNew = u"Uusi salasana"_s;
 inline const QString changePasswordConfirm = u"Toista uusi salasana"_s;
 
+// Echo guard in mixed mode.
+inline const QString hintEchoGuardUnavailable =
+    u"Kaiunpoisto ei käynnistynyt, joten tallennus jatkuu ilman sitä: kaiuttimista mikrofoniin "
+    u"kantautuva puhe voi näkyä transkriptiossa kahdesti. Käytä kuulokkeita."_s;
+
 } // namespace vesnara::UiText
