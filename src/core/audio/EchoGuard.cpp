@@ -23,10 +23,12 @@ constexpr qsizetype kMostReferenceKept = 4 * kSampleRate;
 constexpr qsizetype kEnvelopeBlock = 80;
 constexpr qsizetype kDelayWindow = 2 * kSampleRate;
 constexpr qsizetype kShortestDelayWindow = kSampleRate / 2;
-constexpr qint64 kRealignEvery = kSampleRate / 2;
+constexpr qint64 kRealignEvery = kSampleRate / 4;
 // How alike the envelopes must be at the best delay for it to count: the echo alone gives
-// about 0.9, echo under a local voice less; unrelated speech stays under 0.3.
+// about 0.9, echo under a local voice less; unrelated speech stays under 0.3. From
+// kSureDelay on, one measurement is enough to move the reference, else two must agree.
 constexpr double kDelayConfidence = 0.5;
+constexpr double kSureDelay = 0.8;
 
 qint64 arrivalPosition(qint64 arrivalUs) {
     return arrivalUs * kSampleRate / 1'000'000;
@@ -245,20 +247,28 @@ void EchoGuard::realign() {
             bestDelay = d;
         }
     }
-    // Two measurements in a row must agree within 10 ms before the reference moves.
+    // Unless sure, two measurements in a row must agree within 10 ms before the reference moves.
     const std::optional<qint64> previous = std::exchange(m_lastDelay, std::nullopt);
     if (!bestDelay)
         return;
     const qint64 delay = *bestDelay * kEnvelopeBlock;
     const qint64 tap = delay - m_lead;
-    // Early in the filter, where it adapts fastest, and with the tail inside: it has it.
-    if (tap >= kEnvelopeBlock && tap <= m_tuning.targetTapSamples + 720)
+    // The filter has the echo where it adapts fastest, early, with the tail inside, and where
+    // it adapted to it: a path that moved (a dropout in either stream) must be learnt afresh.
+    const bool early = tap >= kEnvelopeBlock && tap <= m_tuning.targetTapSamples + 720;
+    const bool moved = m_settledTap && std::abs(tap - *m_settledTap) > 2 * kEnvelopeBlock;
+    if (early && !moved) {
+        if (!m_settledTap)
+            m_settledTap = tap;
         return;
+    }
     m_lastDelay = delay;
-    if (!previous || std::abs(*previous - delay) > 2 * kEnvelopeBlock)
+    const bool confirmed = previous && std::abs(*previous - delay) <= 2 * kEnvelopeBlock;
+    if (best < kSureDelay && !confirmed)
         return;
     m_lastDelay.reset();
     m_lead = delay - m_tuning.targetTapSamples;
+    m_settledTap = m_tuning.targetTapSamples;
     ++m_realignments;
     speex_echo_state_reset(m_state);
 }

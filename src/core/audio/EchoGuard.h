@@ -42,9 +42,10 @@ struct EchoGuardTuning {
 /// `gapSamples` (a source that paused or restarted: the reference's gap is filled with
 /// silence, the clock set again). The bulk delay between microphone and reference (the
 /// acoustic path plus whatever the two capture paths and first arrivals add) is measured
-/// every half second by cross-correlating the two signals' 5 ms envelopes (less their 100 ms
-/// trend); when two measurements in a row would put the echo outside the filter, the reference
-/// is shifted so the echo starts `targetTapSamples`
+/// every quarter second by cross-correlating the two signals' 5 ms envelopes (less their
+/// 100 ms trend); when a clear measurement, or two in a row, put the echo outside the filter's
+/// first 60 ms or more than 10 ms from where the filter learnt it (a dropout in either stream
+/// moves it), the reference is shifted so the echo starts `targetTapSamples`
 /// in and the filter starts over. Microphone audio is cleaned 10 ms at a time by a linear
 /// adaptive filter (speexdsp's multi-delay block filter, without its residual-echo suppressor,
 /// so a local voice speaking over the remote one keeps its level). Microphone audio whose
@@ -74,9 +75,7 @@ public:
     /// step included.
     QList<QByteArray> drain();
 
-    /// How far the reference is shifted back against the microphone, in samples, and how often
-    /// the measured delay moved it.
-    qint64 referenceLead() const { return m_lead; }
+    /// How often the measured delay moved the reference.
     int realignments() const { return m_realignments; }
 
 private:
@@ -117,6 +116,8 @@ private:
     qint64 m_lead = 0;
     qint64 m_sinceRealign = 0;
     std::optional<qint64> m_lastDelay;
+    // Where in the filter the echo was when it was last placed or first found in place.
+    std::optional<qint64> m_settledTap;
     int m_realignments = 0;
 
     // Cleaned samples waiting to fill the frame sizes that came in.

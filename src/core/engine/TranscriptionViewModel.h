@@ -313,7 +313,8 @@ private:
     std::function<void(QByteArray)> makePostingHook(FrameSource source,
                                                     WebSocketStreamClient* wsClient);
     /// Echo guard: the mixed recording's canceller, started once per capture run when the
-    /// setting is on; when it cannot start, the run goes on without it and says so.
+    /// setting is on; when it cannot start, the run goes on without it and says so. The hooks
+    /// of that run's captures go through it (`makeFrameHook`).
     void startEchoGuard(WebSocketStreamClient* wsClient);
     void closeEchoGuard();
     /// Counts and measures a frame, then sends it, or queues it for mixing when its source is

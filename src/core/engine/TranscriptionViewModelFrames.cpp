@@ -54,8 +54,6 @@ TranscriptionViewModel::makePostingHook(FrameSource source, WebSocketStreamClien
 
 void TranscriptionViewModel::installFrameHooks(AudioInputMode mode,
                                                WebSocketStreamClient* wsClient) {
-    if (mode == AudioInputMode::microphoneAndSystem)
-        startEchoGuard(wsClient);
     if (usesMicrophone(mode))
         m_sources.microphone().onPCMFrame = makeFrameHook(FrameSource::microphone, mode, wsClient);
     if (usesSystemAudio(mode)) {
