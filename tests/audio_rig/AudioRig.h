@@ -111,23 +111,8 @@ struct ToneSegment {
     double seconds = 0.0;
 };
 
-/// Writes a mono 16-bit WAV of sine tones one after the other, each at `amplitude`, the phase
-/// running on across the joins.
-inline bool writeTonesWav(const QString& path, const QList<ToneSegment>& segments, double amplitude,
-                          int rate = 48000) {
-    QByteArray data;
-    double phase = 0.0;
-    for (const ToneSegment& segment : segments) {
-        const auto samples = static_cast<quint32>(segment.seconds * rate);
-        const double step = 2.0 * std::numbers::pi * segment.frequency / rate;
-        for (quint32 i = 0; i < samples; ++i) {
-            char bytes[2];
-            qToLittleEndian<qint16>(
-                static_cast<qint16>(std::lround(amplitude * std::sin(phase) * 32767.0)), bytes);
-            data.append(bytes, 2);
-            phase = std::fmod(phase + step, 2.0 * std::numbers::pi);
-        }
-    }
+/// Writes `data`, mono 16-bit PCM at `rate`, as a WAV file.
+inline bool writePcm16Wav(const QString& path, const QByteArray& data, int rate) {
     QByteArray header;
     const auto u32 = [&header](quint32 v) {
         char b[4];
@@ -156,17 +141,39 @@ inline bool writeTonesWav(const QString& path, const QList<ToneSegment>& segment
            file.write(header + data) == header.size() + data.size();
 }
 
+/// Writes a mono 16-bit WAV of sine tones one after the other, each at `amplitude`, the phase
+/// running on across the joins.
+inline bool writeTonesWav(const QString& path, const QList<ToneSegment>& segments, double amplitude,
+                          int rate = 48000) {
+    QByteArray data;
+    double phase = 0.0;
+    for (const ToneSegment& segment : segments) {
+        const auto samples = static_cast<quint32>(segment.seconds * rate);
+        const double step = 2.0 * std::numbers::pi * segment.frequency / rate;
+        for (quint32 i = 0; i < samples; ++i) {
+            char bytes[2];
+            qToLittleEndian<qint16>(
+                static_cast<qint16>(std::lround(amplitude * std::sin(phase) * 32767.0)), bytes);
+            data.append(bytes, 2);
+            phase = std::fmod(phase + step, 2.0 * std::numbers::pi);
+        }
+    }
+    return writePcm16Wav(path, data, rate);
+}
+
 /// Writes a mono 16-bit WAV of a sine tone.
 inline bool writeToneWav(const QString& path, double frequency, double amplitude, double seconds,
                          int rate = 48000) {
     return writeTonesWav(path, {{frequency, seconds}}, amplitude, rate);
 }
 
-/// A paplay process playing `wav` into `sink` with small latency; killed when destroyed.
+/// A paplay process playing `wav` into `sink` with small latency (20 ms unless given); killed
+/// when destroyed.
 class Player {
 public:
-    Player(const QString& wav, const QString& sink, const QStringList& properties = {}) {
-        QStringList arguments{u"--latency-msec=20"_s, u"-d"_s, sink};
+    Player(const QString& wav, const QString& sink, const QStringList& properties = {},
+           int latencyMs = 20) {
+        QStringList arguments{u"--latency-msec="_s + QString::number(latencyMs), u"-d"_s, sink};
         for (const auto& property : properties)
             arguments << u"--property="_s + property;
         arguments << wav;

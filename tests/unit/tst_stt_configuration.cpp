@@ -94,6 +94,7 @@ private Q_SLOTS:
         config.preferredSystemApplicationBundleID = u"zoom"_s;
         config.allowSystemFallback = false;
         config.setMixSettings(MixSettings{1.15, 0.72, true, 0.65, false});
+        config.echoGuardEnabled = false; // echo guard
 
         InMemoryPreferences preferences;
         STTConfigurationStore store(preferences);

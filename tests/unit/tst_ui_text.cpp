@@ -781,6 +781,10 @@ QList<Row> catalogue() {
          u"Versio 0.4.1 (build 17)"_s},
         {"settingsMemoStatus", UiText::settingsMemoStatus(u"käytössä"_s),
          u"Muistio-AI: käytössä"_s},
+        // Echo guard in mixed mode.
+        {"hintEchoGuardUnavailable", UiText::hintEchoGuardUnavailable,
+         u"Kaiunpoisto ei käynnistynyt, joten tallennus jatkuu ilman sitä: kaiuttimista "
+         u"mikrofoniin kantautuva puhe voi näkyä transkriptiossa kahdesti. Käytä kuulokkeita."_s},
     };
 }
 

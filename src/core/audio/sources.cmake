@@ -8,6 +8,10 @@ target_sources(vesnara_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/AudioStreamDescription.h
     ${CMAKE_CURRENT_LIST_DIR}/CaptureWorker.cpp
     ${CMAKE_CURRENT_LIST_DIR}/CaptureWorker.h
+    ${CMAKE_CURRENT_LIST_DIR}/EchoGuard.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/EchoGuard.h
+    ${CMAKE_CURRENT_LIST_DIR}/EchoGuardStage.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/EchoGuardStage.h
     ${CMAKE_CURRENT_LIST_DIR}/InputDeviceSelection.cpp
     ${CMAKE_CURRENT_LIST_DIR}/InputDeviceSelection.h
     ${CMAKE_CURRENT_LIST_DIR}/MicrophoneCapture.cpp
@@ -34,3 +38,7 @@ target_sources(vesnara_core PRIVATE
 # (CaptureWorker).
 find_package(Qt6 REQUIRED COMPONENTS Concurrent)
 target_link_libraries(vesnara_core PRIVATE Qt6::Concurrent)
+# The echo guard's canceller.
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(SPEEXDSP REQUIRED IMPORTED_TARGET speexdsp)
+target_link_libraries(vesnara_core PRIVATE PkgConfig::SPEEXDSP)

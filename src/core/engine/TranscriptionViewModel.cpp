@@ -104,6 +104,7 @@ TranscriptionViewModel::~TranscriptionViewModel() {
     systemAudio.onPCMFrame = {};
     systemAudio.onRawAudioSample = {};
     systemAudio.stopAsync();
+    closeEchoGuard();
     for (StoredTask* task : {&m_transcriptPollTask, &m_sessionMetaPollTask, &m_audioKeepAliveTask,
                              &m_microphoneLivenessTask, &m_pauseTickerTask,
                              &m_startRecordingTimeoutTask, &m_resumeRecordingTimeoutTask})

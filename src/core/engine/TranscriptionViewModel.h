@@ -42,6 +42,8 @@
 
 namespace vesnara {
 
+class EchoGuardStage;
+
 class AudioInputBackend;
 class Clipboard;
 class Dialogs;
@@ -308,6 +310,13 @@ private:
     /// The callback a source runs on its capture thread: it posts the frame to the main thread.
     std::function<void(QByteArray)> makeFrameHook(FrameSource source, AudioInputMode mode,
                                                   WebSocketStreamClient* wsClient);
+    std::function<void(QByteArray)> makePostingHook(FrameSource source,
+                                                    WebSocketStreamClient* wsClient);
+    /// Echo guard: the mixed recording's canceller, started once per capture run when the
+    /// setting is on; when it cannot start, the run goes on without it and says so. The hooks
+    /// of that run's captures go through it (`makeFrameHook`).
+    void startEchoGuard(WebSocketStreamClient* wsClient);
+    void closeEchoGuard();
     /// Counts and measures a frame, then sends it, or queues it for mixing when its source is
     /// wired for the mixed mode.
     void handleSourceFrame(FrameSource source, const QByteArray& frame,
@@ -440,6 +449,10 @@ private:
     /// Counts `deactivateLiveCapture` calls: a frame posted by a capture run that has since been
     /// stopped is dropped rather than counted into the next recording.
     quint64 m_captureGeneration = 0;
+    // Echo guard: the stage of the capture run it was set up for (`m_captureGeneration` + 1,
+    // 0 for none), or none when off or it could not start.
+    std::shared_ptr<EchoGuardStage> m_echoGuard;
+    quint64 m_echoGuardRun = 0;
 
     // One-shot flags
     bool m_hasAttemptedSystemFallback = false;

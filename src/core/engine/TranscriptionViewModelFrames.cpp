@@ -3,10 +3,12 @@
 // through the stream client.
 #include "engine/TranscriptionViewModel.h"
 
+#include "audio/EchoGuardStage.h"
 #include "audio/PcmLevel.h"
 #include "backend/WebSocketStreamClient.h"
 #include "engine/rules/RecordingStatusText.h"
 #include "storage/AppLog.h"
+#include "text/UiText.h"
 
 #include <QMetaObject>
 
@@ -19,14 +21,25 @@ namespace vesnara {
 std::function<void(QByteArray)>
 TranscriptionViewModel::makeFrameHook(FrameSource source, AudioInputMode mode,
                                       WebSocketStreamClient* wsClient) {
-    const quint64 generation = m_captureGeneration;
-    const QPointer<WebSocketStreamClient> client(wsClient);
     // The route is read when the frame arrives, not fixed in the hook: a capture keeps the hook
     // it started with, and a source can be rewired for mixing while it runs.
     (source == FrameSource::microphone ? m_microphoneRoute : m_systemRoute) = mode;
-    // Runs on a capture thread: it only posts the frame. The captures are stopped before this
-    // object dies, so `this` is alive whenever a hook runs; the queued call is dropped if the
-    // object goes before it is delivered.
+    std::function<void(QByteArray)> post = makePostingHook(source, wsClient);
+    // Echo guard: mixed, the microphone goes through the canceller and the system audio is
+    // also its reference.
+    if (mode != AudioInputMode::microphoneAndSystem || !m_echoGuard)
+        return post;
+    return source == FrameSource::microphone ? nearEndHook(m_echoGuard)
+                                             : farEndHook(m_echoGuard, std::move(post));
+}
+
+std::function<void(QByteArray)>
+TranscriptionViewModel::makePostingHook(FrameSource source, WebSocketStreamClient* wsClient) {
+    const quint64 generation = m_captureGeneration;
+    const QPointer<WebSocketStreamClient> client(wsClient);
+    // Runs on a capture thread (or the echo guard's): it only posts the frame. The captures are
+    // stopped before this object dies, so `this` is alive whenever a hook runs; the queued call is
+    // dropped if the object goes before it is delivered.
     return [this, generation, client, source](QByteArray frame) {
         QMetaObject::invokeMethod(
             this,
@@ -57,6 +70,35 @@ void TranscriptionViewModel::installFrameHooks(AudioInputMode mode,
                 Qt::QueuedConnection);
         };
     }
+}
+
+// Echo guard
+void TranscriptionViewModel::startEchoGuard(WebSocketStreamClient* wsClient) {
+    // Once per capture run: the running captures keep the hooks, and so the stage, they
+    // started with, and a canceller that cannot start says so once.
+    if (m_echoGuardRun == m_captureGeneration + 1)
+        return;
+    closeEchoGuard();
+    m_echoGuardRun = m_captureGeneration + 1;
+    if (!m_settings.config().echoGuardEnabled)
+        return;
+    auto stage =
+        std::make_shared<EchoGuardStage>(makePostingHook(FrameSource::microphone, wsClient));
+    if (!stage->isActive()) {
+        AppLog::write(u"echo guard unavailable canceller=speexdsp action=record_without"_s);
+        m_status.setDiagnosticHint(UiText::hintEchoGuardUnavailable);
+        return;
+    }
+    AppLog::write(u"echo guard started canceller=speexdsp"_s);
+    m_echoGuard = std::move(stage);
+}
+
+void TranscriptionViewModel::closeEchoGuard() {
+    // Waits for the few frames on the guard's thread; what it still held goes out, to be
+    // dropped as a frame of a finished run.
+    if (m_echoGuard)
+        m_echoGuard->close();
+    m_echoGuard.reset();
 }
 
 void TranscriptionViewModel::handleSourceFrame(FrameSource source, const QByteArray& frame,

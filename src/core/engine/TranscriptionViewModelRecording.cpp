@@ -223,6 +223,10 @@ QCoro::Task<> TranscriptionViewModel::activateLiveCapture(
     } else {
         m_sources.systemAudio().onRawAudioSample = {};
     }
+    // Echo guard: only where both captures start with its hooks; a microphone that joins a
+    // running system capture later has no reference to clean against.
+    if (mode == AudioInputMode::microphoneAndSystem)
+        startEchoGuard(wsClient);
     installFrameHooks(mode, wsClient);
     // Deactivation counts up: a start that it overtook ends quietly and must go no further.
     const quint64 generation = m_captureGeneration;
@@ -250,6 +254,7 @@ void TranscriptionViewModel::deactivateLiveCapture() {
     m_sources.systemAudio().onPCMFrame = {};
     m_sources.systemAudio().onRawAudioSample = {};
     m_sources.systemAudio().stopAsync();
+    closeEchoGuard();
     m_mixerQueues.pendingMicChunks.clear();
     m_mixerQueues.pendingSystemChunks.clear();
     m_mixerQueues.mixedLagDropMicChunks = 0;

@@ -41,6 +41,9 @@ STTConfiguration STTConfiguration::fromJson(const JsonReader& json) {
         json.optionalDouble(u"mixedDuckingStrength"_s).value_or(fallback.mixedDuckingStrength));
     config.mixedLimiterEnabled =
         json.optionalBool(u"mixedLimiterEnabled"_s).value_or(fallback.mixedLimiterEnabled);
+    // Echo guard
+    config.echoGuardEnabled =
+        json.optionalBool(u"echoGuardEnabled"_s).value_or(fallback.echoGuardEnabled);
     return config;
 }
 
@@ -58,6 +61,7 @@ QJsonObject STTConfiguration::toJson() const {
         {u"mixedDuckingStrength"_s,
          jsonFiniteNumber(u"mixedDuckingStrength"_s, mixedDuckingStrength)},
         {u"mixedLimiterEnabled"_s, mixedLimiterEnabled},
+        {u"echoGuardEnabled"_s, echoGuardEnabled}, // echo guard
     };
     insertIfPresent(object, u"preferredInputDeviceID"_s, preferredInputDeviceID);
     insertIfPresent(object, u"preferredSystemDisplayID"_s, preferredSystemDisplayID);

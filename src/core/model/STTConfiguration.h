@@ -33,6 +33,9 @@ struct STTConfiguration {
     bool mixedAutoDuckEnabled = true;
     double mixedDuckingStrength = 0.55;
     bool mixedLimiterEnabled = true;
+    // Echo guard: cancel the system audio's echo in the microphone before mixing (mixed mode
+    // only).
+    bool echoGuardEnabled = true;
 
     /// The record every missing key falls back to: the compiled-in backend and update manifest,
     /// an empty API key (the shared key is filled in at startup, not here).

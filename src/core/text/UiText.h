@@ -808,5 +808,9 @@ inline const QString connectionDefaultAPIKey = u"Oletus API key"_s;
 inline const QString connectionDefaultAuth = u"Oletus auth"_s;
 inline const QString connectionDefaultUpdateFeed = u"Oletus päivitysfeed"_s;
 inline const QString connectionAPIKeyFromClipboard = u"API key leikepöydältä"_s;
+// Echo guard in mixed mode.
+inline const QString hintEchoGuardUnavailable =
+    u"Kaiunpoisto ei käynnistynyt, joten tallennus jatkuu ilman sitä: kaiuttimista mikrofoniin "
+    u"kantautuva puhe voi näkyä transkriptiossa kahdesti. Käytä kuulokkeita."_s;
 
 } // namespace vesnara::UiText

@@ -139,6 +139,14 @@ void RecordingSettings::setMixedLimiterEnabled(bool enabled) {
         Q_EMIT mixedLimiterEnabledChanged();
 }
 
+// Echo guard
+void RecordingSettings::setEchoGuardEnabled(bool enabled) {
+    if (m_config.echoGuardEnabled == enabled)
+        return;
+    storeChange([enabled](STTConfiguration& config) { config.echoGuardEnabled = enabled; });
+    Q_EMIT echoGuardEnabledChanged();
+}
+
 void RecordingSettings::setConfig(const STTConfiguration& config) {
     if (m_config == config)
         return;

@@ -59,6 +59,9 @@ class RecordingSettings final : public QObject {
     Q_PROPERTY(bool mixedLimiterEnabled READ mixedLimiterEnabled WRITE setMixedLimiterEnabled NOTIFY
                    mixedLimiterEnabledChanged)
     Q_PROPERTY(vesnara::MixPreset mixedPreset READ mixedPreset NOTIFY mixedPresetChanged)
+    // Echo guard: stored at once, taken by the next mixed recording.
+    Q_PROPERTY(bool echoGuardEnabled READ echoGuardEnabled WRITE setEchoGuardEnabled NOTIFY
+                   echoGuardEnabledChanged)
 
     // Constants
     Q_PROPERTY(QStringList availableLanguages READ availableLanguages CONSTANT)
@@ -106,6 +109,9 @@ public:
     void setMixedDuckingStrength(double strength);
     bool mixedLimiterEnabled() const { return m_mixSettings.limiterEnabled; }
     void setMixedLimiterEnabled(bool enabled);
+    // Echo guard
+    bool echoGuardEnabled() const { return m_config.echoGuardEnabled; }
+    void setEchoGuardEnabled(bool enabled);
     MixPreset mixedPreset() const { return m_mixedPreset; }
 
     static QStringList availableLanguages();
@@ -158,6 +164,7 @@ Q_SIGNALS:
     void mixedAutoDuckEnabledChanged();
     void mixedDuckingStrengthChanged();
     void mixedLimiterEnabledChanged();
+    void echoGuardEnabledChanged(); // echo guard
     void mixedPresetChanged();
 
 private:
