@@ -642,6 +642,9 @@ QList<Row> catalogue() {
         {"changePasswordCurrent", UiText::changePasswordCurrent, u"Nykyinen salasana"_s},
         {"changePasswordNew", UiText::changePasswordNew, u"Uusi salasana"_s},
         {"changePasswordConfirm", UiText::changePasswordConfirm, u"Toista uusi salasana"_s},
+        // Subtitle export formats
+        {"exportFormatSrt", UiText::exportFormatSrt, u"SRT-tekstitys"_s},
+        {"exportFormatVtt", UiText::exportFormatVtt, u"WebVTT-tekstitys"_s},
     };
 }
 
