@@ -4,11 +4,13 @@
 #include "LinuxDesktopServices.h"
 #include "SingleInstance.h"
 #include "refbackend/ChildProcess.h"
+#include "storage/AppLog.h"
 #include "support/TestHttp.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -79,6 +81,9 @@ class SingleInstanceTest : public QObject {
 private Q_SLOTS:
     void init() {
         m_directory.emplace();
+        QVERIFY(QDir().mkpath(m_directory->filePath(u"runtime"_s)));
+        // This process's own lines, apart from the programs' log.
+        AppLog::setLogFilePath(m_directory->filePath(u"test.log"_s));
         m_backendURL = u"http://127.0.0.1:%1"_s.arg(closedLoopbackPort());
     }
     void cleanup() { m_directory.reset(); }
@@ -201,6 +206,39 @@ private Q_SLOTS:
         QTRY_VERIFY2_WITH_TIMEOUT(hasBecomeTheInstance(*relaunched), qPrintable(log()), kWaitMs);
         QTRY_COMPARE_WITH_TIMEOUT(log().count(u"startup font registration invoked"_s), 2, kWaitMs);
         expectActivates(*relaunched);
+    }
+
+    // This test as the running instance: it hears a launch's request, and a relaunch waiting
+    // for it takes over once it closes normally (its socket removed, not left stale).
+    void theRunningInstanceHearsTheRequestAndHandsOverOnClose() {
+        auto running = std::make_unique<SingleInstance>(instanceSocketPath());
+        QCOMPARE(running->acquire(std::nullopt, QDeadlineTimer(kWaitMs)).outcome,
+                 SingleInstance::Outcome::primary);
+        QSignalSpy requests(running.get(), &SingleInstance::activationRequested);
+        const auto second = launch();
+        const qint64 secondPid = second->processId();
+        QTRY_COMPARE_WITH_TIMEOUT(requests.size(), 1, kWaitMs);
+        QCOMPARE(requests.first().first().toLongLong(), secondPid);
+        QVERIFY(second->waitForExit());
+        QCOMPARE(second->exitCode(), 0);
+        QVERIFY(second->output().startsWith(
+            u"vesnara: already running (pid %1)"_s.arg(QCoreApplication::applicationPid())));
+
+        const auto relaunched =
+            launch(LinuxDesktopServices::relaunchArguments({}, QCoreApplication::applicationPid()));
+        QTRY_VERIFY2_WITH_TIMEOUT(log().contains(u"instance waiting for pid=%1 to close"_s.arg(
+                                      QCoreApplication::applicationPid())),
+                                  qPrintable(log()), kWaitMs);
+        QVERIFY(!hasBecomeTheInstance(*relaunched));
+        running.reset();
+        QTRY_VERIFY2_WITH_TIMEOUT(hasBecomeTheInstance(*relaunched), qPrintable(log()), kWaitMs);
+        QVERIFY(!log().contains(u"instance removed a stale socket"_s));
+
+        // And it answers a launch as the first one did.
+        SingleInstance asker(instanceSocketPath());
+        const SingleInstance::Result asked = asker.acquire(std::nullopt, QDeadlineTimer(kWaitMs));
+        QCOMPARE(asked.outcome, SingleInstance::Outcome::activatedOther);
+        QCOMPARE(asked.otherPid, relaunched->processId());
     }
 
 private:
