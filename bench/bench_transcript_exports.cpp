@@ -56,10 +56,12 @@ void BM_Format(benchmark::State& state) {
     state.counters["chars"] = static_cast<double>(bytes);
 }
 BENCHMARK(BM_Format)
-    ->ArgName("txt0_json1_csv2")
+    ->ArgName("txt0_json1_csv2_srt3_vtt4")
     ->Arg(int(TranscriptExportFormat::txt))
     ->Arg(int(TranscriptExportFormat::json))
     ->Arg(int(TranscriptExportFormat::csv))
+    ->Arg(int(TranscriptExportFormat::srt))
+    ->Arg(int(TranscriptExportFormat::vtt))
     ->Unit(benchmark::kMillisecond);
 
 void BM_FormatAndSaveTXT(benchmark::State& state) {

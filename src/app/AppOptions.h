@@ -14,6 +14,9 @@ struct AppOptions {
     /// One origin for both the speech backend and the auth service (`--backend-url`), as the
     /// reference backend serves both: stored as the user's own choice before anything starts.
     std::optional<QString> backendURL;
+    /// The running instance this launch replaces (`--replace-pid`, what the relaunch command
+    /// passes): waited for until it has ended instead of being brought to the front.
+    std::optional<qint64> replacePid;
 
     /// The options of `arguments` (the program's name first), or the English text explaining
     /// what is wrong. `--help` and `--version` are answered by the program before this.

@@ -4,6 +4,7 @@
 
 #include "backend/STTAPIClient.h"
 #include "backend/STTSessionCreateRequest.h"
+#include "engine/export/SubtitleFormats.h"
 #include "engine/export/TranscriptFormats.h"
 #include "storage/SessionHistoryStore.h"
 #include "support/AwaitTask.h"
@@ -109,6 +110,8 @@ private Q_SLOTS:
     void pinChangesInALoadedSessionRewriteItsFile();
     void saveWritesTheTextFormattedBeforeThePanel();
     void aWriteThatFailsKeepsTheOldFile();
+    void subtitlesAreSavedAndAutoExported_data();
+    void subtitlesAreSavedAndAutoExported();
     void autoExportAfterAStop();
     void clipboardAndClear();
     void deletingOneSessionKeepsTheScreen();
@@ -356,6 +359,48 @@ void TstViewModelOutputs::aWriteThatFailsKeepsTheOldFile() {
     QCOMPARE(fileBytes(path), QByteArray("vanha sisältö"));
     QCOMPARE(QDir(target.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
     QCOMPARE(vm.transcript()->segmentCount(), 2);
+}
+
+void TstViewModelOutputs::subtitlesAreSavedAndAutoExported_data() {
+    QTest::addColumn<TranscriptExportFormat>("format");
+    QTest::addColumn<QString>("extension");
+    QTest::addColumn<QString>("filter");
+    QTest::newRow("SubRip") << TranscriptExportFormat::srt << u"srt"_s
+                            << u"SRT-tekstitys (*.srt)"_s;
+    QTest::newRow("WebVTT") << TranscriptExportFormat::vtt << u"vtt"_s
+                            << u"WebVTT-tekstitys (*.vtt)"_s;
+}
+
+// The subtitle formats go wherever the format setting is used: the panel's name and filter,
+// the saved file, and the automatic export after a stop.
+void TstViewModelOutputs::subtitlesAreSavedAndAutoExported() {
+    QFETCH(TranscriptExportFormat, format);
+    QFETCH(QString, extension);
+    QFETCH(QString, filter);
+    EngineHarness h;
+    QVERIFY(h.server.isListening());
+    QTemporaryDir target;
+    h.filePanels.saveDirectory = target.path();
+    auto& vm = openSaved(h, storedSession(u"tekstitys"_s));
+    vm.settings()->setExportFormat(format);
+    const QString expected =
+        format == TranscriptExportFormat::srt
+            ? formatSRT(vm.transcript()->segments(), vm.transcript()->pins())
+            : formatWebVTT(vm.transcript()->segments(), vm.transcript()->pins());
+    QVERIFY(expected.contains(u"Ensimmäinen"_s));
+    vm.transcript()->saveTranscript();
+    QTRY_COMPARE_WITH_TIMEOUT(h.filePanels.answered, 1, kEngineWaitMs);
+    const QString fileName = u"tekstitys."_s + extension;
+    QCOMPARE(h.filePanels.proposedNames, QStringList{fileName});
+    QCOMPARE(h.filePanels.filters, QStringList{filter});
+    QCOMPARE(fileBytes(QDir(target.path()).filePath(fileName)), expected.toUtf8());
+
+    vm.settings()->setAutoExportEnabled(true);
+    vm.transcript()->autoExportAfterStopIfEnabled();
+    const QStringList files = QDir(h.downloads.path()).entryList(QDir::Files);
+    QCOMPARE(files.size(), 1);
+    QVERIFY2(files.first().endsWith(u'.' + extension), qPrintable(files.first()));
+    QCOMPARE(fileBytes(QDir(h.downloads.path()).filePath(files.first())), expected.toUtf8());
 }
 
 void TstViewModelOutputs::autoExportAfterAStop() {

@@ -1,4 +1,5 @@
 // The three export formats and the names of exported files, checked against known bytes.
+#include "ExportTestLines.h"
 #include "engine/export/ExportFileNames.h"
 #include "engine/export/TranscriptFormats.h"
 
@@ -12,25 +13,9 @@
 
 using namespace Qt::StringLiterals;
 using namespace vesnara;
+using namespace vesnara::test;
 
 namespace {
-
-// 2026-03-04 09:15:02 UTC: 11:15:02 in Helsinki.
-constexpr double kMorning = 1772615702.0;
-
-Timestamp at(double offset) {
-    return Timestamp::fromUnixSeconds(kMorning + offset);
-}
-
-TranscriptSegment line(const QString& text, double offset,
-                       std::optional<QString> speakerLabel = std::nullopt) {
-    return {QUuid::createUuid(), text, at(offset), std::move(speakerLabel)};
-}
-
-TranscriptPin pin(TranscriptPinKind kind, const QString& label, const QString& note,
-                  double offset) {
-    return {QUuid::createUuid(), at(offset), at(offset), label, note, kind, std::nullopt};
-}
 
 /// The example every format is checked against.
 TranscriptExportInput workedExample() {

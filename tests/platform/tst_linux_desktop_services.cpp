@@ -265,7 +265,9 @@ private Q_SLOTS:
         QCOMPARE(services.startNewInstance(), std::nullopt);
 
         // CTest passes arguments to this test, so the list is not empty there.
-        QCOMPARE(waitForCall(u"vesnara"_s), QCoreApplication::arguments().mid(1));
+        QCOMPARE(waitForCall(u"vesnara"_s),
+                 LinuxDesktopServices::relaunchArguments(QCoreApplication::arguments().mid(1),
+                                                         QCoreApplication::applicationPid()));
         QVERIFY2(log().contains(u"desktop startNewInstance program=%1 "_s.arg(program)),
                  qPrintable(log()));
     }

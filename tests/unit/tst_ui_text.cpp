@@ -785,6 +785,9 @@ QList<Row> catalogue() {
         {"hintEchoGuardUnavailable", UiText::hintEchoGuardUnavailable,
          u"Kaiunpoisto ei käynnistynyt, joten tallennus jatkuu ilman sitä: kaiuttimista "
          u"mikrofoniin kantautuva puhe voi näkyä transkriptiossa kahdesti. Käytä kuulokkeita."_s},
+        // Subtitle export formats
+        {"exportFormatSrt", UiText::exportFormatSrt, u"SRT-tekstitys"_s},
+        {"exportFormatVtt", UiText::exportFormatVtt, u"WebVTT-tekstitys"_s},
     };
 }
 

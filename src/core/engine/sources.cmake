@@ -69,6 +69,8 @@ target_sources(vesnara_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/export/ExportFileNames.h
     ${CMAKE_CURRENT_LIST_DIR}/export/TextFileWriting.cpp
     ${CMAKE_CURRENT_LIST_DIR}/export/TextFileWriting.h
+    ${CMAKE_CURRENT_LIST_DIR}/export/SubtitleFormats.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/export/SubtitleFormats.h
     ${CMAKE_CURRENT_LIST_DIR}/export/TranscriptFormats.cpp
     ${CMAKE_CURRENT_LIST_DIR}/export/TranscriptFormats.h
     ${CMAKE_CURRENT_LIST_DIR}/rules/PinHighlights.cpp

@@ -19,7 +19,7 @@ enum class MixPreset { meeting, interview, webinar, custom };
 Q_ENUM_NS(MixPreset)
 
 /// The file formats a transcript is exported in. Not persisted: every launch starts with `txt`.
-enum class TranscriptExportFormat { txt, json, csv };
+enum class TranscriptExportFormat { txt, json, csv, srt, vtt };
 Q_ENUM_NS(TranscriptExportFormat)
 
 /// What a user's pin marks. Stored as its JSON value, which is also its id.

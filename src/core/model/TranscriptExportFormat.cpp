@@ -16,10 +16,12 @@ struct ExportFormatInfo {
 };
 
 const ExportFormatInfo& infoOf(TranscriptExportFormat format) {
-    static const std::array<ExportFormatInfo, 3> table{{
+    static const std::array<ExportFormatInfo, 5> table{{
         {UiText::exportFormatTxt, u"txt"_s},
         {UiText::exportFormatJson, u"json"_s},
         {UiText::exportFormatCsv, u"csv"_s},
+        {UiText::exportFormatSrt, u"srt"_s},
+        {UiText::exportFormatVtt, u"vtt"_s},
     }};
     return table.at(static_cast<std::size_t>(format));
 }
@@ -28,7 +30,8 @@ const ExportFormatInfo& infoOf(TranscriptExportFormat format) {
 
 const QList<TranscriptExportFormat>& allTranscriptExportFormats() {
     static const QList<TranscriptExportFormat> formats{
-        TranscriptExportFormat::txt, TranscriptExportFormat::json, TranscriptExportFormat::csv};
+        TranscriptExportFormat::txt, TranscriptExportFormat::json, TranscriptExportFormat::csv,
+        TranscriptExportFormat::srt, TranscriptExportFormat::vtt};
     return formats;
 }
 

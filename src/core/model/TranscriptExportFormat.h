@@ -9,7 +9,7 @@ namespace vesnara {
 
 const QList<TranscriptExportFormat>& allTranscriptExportFormats();
 QString label(TranscriptExportFormat format);
-/// Without the dot: "txt", "json", "csv".
+/// Without the dot: "txt", "json", "csv", "srt", "vtt".
 QString fileExtension(TranscriptExportFormat format);
 
 } // namespace vesnara

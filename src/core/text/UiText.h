@@ -659,6 +659,9 @@ inline const QString changePasswordExplanation = u"Anna nykyinen salasana ja uus
 inline const QString changePasswordCurrent = u"Nykyinen salasana"_s;
 inline const QString changePasswordNew = u"Uusi salasana"_s;
 inline const QString changePasswordConfirm = u"Toista uusi salasana"_s;
+// Subtitle export formats: the file picker's and the format list's names.
+inline const QString exportFormatSrt = u"SRT-tekstitys"_s;
+inline const QString exportFormatVtt = u"WebVTT-tekstitys"_s;
 
 // The window's questions: the confirm dialog's accepting button and the save panel's heading
 // (the prompt's buttons are `promptSave` and `promptCancel`).

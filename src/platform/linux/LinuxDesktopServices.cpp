@@ -211,11 +211,27 @@ bool LinuxDesktopServices::revealFile(const QString& filePath) {
     return true;
 }
 
+QStringList LinuxDesktopServices::relaunchArguments(const QStringList& arguments, qint64 pid) {
+    const QString option = u"--"_s + QString::fromUtf16(replacePidOption);
+    QStringList kept;
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        if (arguments.at(i) == option) {
+            ++i; // and its value
+            continue;
+        }
+        if (arguments.at(i).startsWith(option + u'='))
+            continue;
+        kept.append(arguments.at(i));
+    }
+    return kept + QStringList{option, QString::number(pid)};
+}
+
 std::optional<QString> LinuxDesktopServices::startNewInstance() {
     const QString program = m_environment.programPath.isEmpty()
                                 ? QCoreApplication::applicationFilePath()
                                 : m_environment.programPath;
-    const QStringList arguments = QCoreApplication::arguments().mid(1);
+    const QStringList arguments =
+        relaunchArguments(QCoreApplication::arguments().mid(1), QCoreApplication::applicationPid());
     // The arguments themselves stay out of the log: they are the user's, not ours.
     if (const auto error = startDetached(program, arguments, Output::inherited)) {
         AppLog::write(u"desktop startNewInstance program=%1 arguments=%2 failed error=%3"_s.arg(

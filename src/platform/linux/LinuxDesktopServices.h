@@ -36,6 +36,13 @@ public:
 
     explicit LinuxDesktopServices(Environment environment = {});
 
+    /// The option a relaunched instance gets, naming the process it replaces, so that it waits
+    /// for that one to end instead of bringing its window to the front.
+    static constexpr char16_t replacePidOption[] = u"replace-pid";
+    /// `arguments` (without the program) with this process's own replace option taken out and
+    /// one naming `pid` added.
+    static QStringList relaunchArguments(const QStringList& arguments, qint64 pid);
+
     bool openSettings(SettingsPlace place) override;
     bool openUrl(const QUrl& url) override;
     bool revealFile(const QString& filePath) override;

@@ -1,5 +1,6 @@
 #include "engine/export/TranscriptFormats.h"
 
+#include "engine/export/SubtitleFormats.h"
 #include "engine/rules/TranscriptText.h"
 #include "model/JsonWriting.h"
 #include "model/TranscriptPinKind.h"
@@ -19,12 +20,6 @@ namespace vesnara {
 
 namespace {
 
-/// The label, then " - " and the trimmed note when the note has text.
-QString pinBody(const TranscriptPin& pin) {
-    const QString note = pin.note.trimmed();
-    return note.isEmpty() ? pin.label : pin.label + u" - "_s + note;
-}
-
 bool isFinite(Timestamp time) {
     return std::isfinite(time.secondsSinceReferenceDate());
 }
@@ -34,6 +29,11 @@ QJsonValue optionalText(const std::optional<QString>& text) {
 }
 
 } // namespace
+
+QString pinBody(const TranscriptPin& pin) {
+    const QString note = pin.note.trimmed();
+    return note.isEmpty() ? pin.label : pin.label + u" - "_s + note;
+}
 
 QList<TranscriptPin> pinsByTime(QList<TranscriptPin> pins) {
     std::stable_sort(pins.begin(), pins.end(), [](const TranscriptPin& a, const TranscriptPin& b) {
@@ -127,6 +127,10 @@ QString formatTranscript(TranscriptExportFormat format, const TranscriptExportIn
         return formatJSON(input);
     case TranscriptExportFormat::csv:
         return formatCSV(input.segments, input.pins);
+    case TranscriptExportFormat::srt:
+        return formatSRT(input.segments, input.pins);
+    case TranscriptExportFormat::vtt:
+        return formatWebVTT(input.segments, input.pins);
     }
     return formatTXT(input.segments, input.pins);
 }

@@ -21,6 +21,9 @@ struct TranscriptExportInput {
     QList<TranscriptPin> pins;
 };
 
+/// A pin's label, then " - " and the trimmed note when the note has text.
+QString pinBody(const TranscriptPin& pin);
+
 /// The pins by time; pins of the same time keep their order.
 QList<TranscriptPin> pinsByTime(QList<TranscriptPin> pins);
 
