@@ -184,7 +184,7 @@ QString MainScreen::systemAudioHelpText() const {
 
 QString MainScreen::systemAudioGrantText() const {
     return m_viewModel && m_viewModel->permissions()->isRequestingSystemAudioPermission()
-               ? UiText::systemAudioHelpRequesting
+               ? UiText::permissionRequesting
                : UiText::systemAudioHelpGrant;
 }
 

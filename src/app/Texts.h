@@ -60,7 +60,6 @@ class Texts : public QObject {
     Q_PROPERTY(QString mainCopySessionId READ mainCopySessionId CONSTANT)
     Q_PROPERTY(QString systemAudioHelpWhere READ systemAudioHelpWhere CONSTANT)
     Q_PROPERTY(QString systemAudioHelpOpenSettings READ systemAudioHelpOpenSettings CONSTANT)
-    Q_PROPERTY(QString systemAudioHelpRelaunchButton READ systemAudioHelpRelaunchButton CONSTANT)
     Q_PROPERTY(QString mainClearTranscript READ mainClearTranscript CONSTANT)
     Q_PROPERTY(QString mainPinsTitle READ mainPinsTitle CONSTANT)
     Q_PROPERTY(QString mainShowPin READ mainShowPin CONSTANT)
@@ -182,7 +181,6 @@ public:
     static QString mainCopySessionId() { return UiText::mainCopySessionId; }
     static QString systemAudioHelpWhere() { return UiText::systemAudioHelpWhere; }
     static QString systemAudioHelpOpenSettings() { return UiText::systemAudioHelpOpenSettings; }
-    static QString systemAudioHelpRelaunchButton() { return UiText::systemAudioHelpRelaunchButton; }
     static QString mainClearTranscript() { return UiText::mainClearTranscript; }
     static QString mainPinsTitle() { return UiText::mainPinsTitle; }
     static QString mainShowPin() { return UiText::mainShowPin; }

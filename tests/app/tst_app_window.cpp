@@ -486,7 +486,7 @@ private Q_SLOTS:
         QQuickItem* grant = button(UiText::systemAudioHelpGrant);
         QVERIFY(grant);
         QCOMPARE(grant->isEnabled(), !vm.permissions()->isSystemAudioPermissionGranted());
-        QVERIFY(!button(UiText::systemAudioHelpRelaunchButton));
+        QVERIFY(!button(UiText::permissionRelaunch));
         screenshotColumn(u"main-system-audio-help"_s);
 
         click(settings);

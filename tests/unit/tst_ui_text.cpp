@@ -668,11 +668,8 @@ QList<Row> catalogue() {
         {"systemAudioHelpWhere", UiText::systemAudioHelpWhere,
          u"Tekninen tila löytyy kohdasta Lisäasetukset > Systeemiäänen oikeudet ja "
          u"diagnostiikka."_s},
-        {"systemAudioHelpRequesting", UiText::systemAudioHelpRequesting, u"Pyydetään..."_s},
         {"systemAudioHelpGrant", UiText::systemAudioHelpGrant, u"Anna lupa"_s},
         {"systemAudioHelpOpenSettings", UiText::systemAudioHelpOpenSettings, u"Avaa asetukset"_s},
-        {"systemAudioHelpRelaunchButton", UiText::systemAudioHelpRelaunchButton,
-         u"Käynnistä appi uudelleen"_s},
         {"mainClearTranscript", UiText::mainClearTranscript, u"Tyhjennä"_s},
         {"mainPinsTitle", UiText::mainPinsTitle, u"Pinnatut kohdat"_s},
         {"mainShowPin", UiText::mainShowPin, u"Näytä"_s},

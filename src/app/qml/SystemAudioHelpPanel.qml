@@ -63,7 +63,7 @@ Rectangle {
 
             Button {
                 visible: ViewModel.permissions.shouldSuggestSystemAudioRelaunch
-                text: Texts.systemAudioHelpRelaunchButton
+                text: Texts.permissionRelaunch
                 font: Theme.brandFont(Theme.Medium, 13)
                 Accessible.role: Accessible.Button
                 Accessible.name: text

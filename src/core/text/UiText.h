@@ -699,10 +699,8 @@ inline const QString systemAudioHelpFailed =
     u"Systeemiääni ei käynnistynyt. Anna lupa tai tarkista asetukset ja yritä uudelleen."_s;
 inline const QString systemAudioHelpWhere =
     u"Tekninen tila löytyy kohdasta Lisäasetukset > Systeemiäänen oikeudet ja diagnostiikka."_s;
-inline const QString systemAudioHelpRequesting = u"Pyydetään..."_s;
 inline const QString systemAudioHelpGrant = u"Anna lupa"_s;
 inline const QString systemAudioHelpOpenSettings = u"Avaa asetukset"_s;
-inline const QString systemAudioHelpRelaunchButton = u"Käynnistä appi uudelleen"_s;
 inline const QString mainClearTranscript = u"Tyhjennä"_s;
 inline const QString mainPinsTitle = u"Pinnatut kohdat"_s;
 inline const QString mainShowPin = u"Näytä"_s;
