@@ -56,3 +56,11 @@ check-format:
 
 clean:
 	rm -rf $(BUILD_DIR) $(ASAN_BUILD_DIR) $(BENCH_BUILD_DIR)
+
+# Install and package: the .deb of what `cmake --install` installs, in $(BUILD_DIR)/package. The
+# window tests run first so the package carries screenshots of the current screens.
+.PHONY: package
+package: build
+	@ctest --test-dir $(BUILD_DIR) -R '^tst_app_window$$' >/dev/null || \
+		echo "make package: the window tests failed; the screenshots are from an earlier run, if any"
+	cd $(BUILD_DIR) && cpack -G DEB
