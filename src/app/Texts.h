@@ -46,6 +46,11 @@ class Texts : public QObject {
     Q_PROPERTY(QString changePasswordNew READ changePasswordNew CONSTANT)
     Q_PROPERTY(QString changePasswordConfirm READ changePasswordConfirm CONSTANT)
     Q_PROPERTY(QString changePasswordSave READ changePasswordSave CONSTANT)
+    // Recording safety: the auto-stop notice and the safety settings.
+    Q_PROPERTY(QString autoStopKeepRecording READ autoStopKeepRecording CONSTANT)
+    Q_PROPERTY(QString safetySettingsTitle READ safetySettingsTitle CONSTANT)
+    Q_PROPERTY(QString audioSpoolSetting READ audioSpoolSetting CONSTANT)
+    Q_PROPERTY(QString autoStopSetting READ autoStopSetting CONSTANT)
 
 public:
     explicit Texts(QObject* parent = nullptr);
@@ -83,6 +88,11 @@ public:
     static QString changePasswordNew() { return UiText::changePasswordNew; }
     static QString changePasswordConfirm() { return UiText::changePasswordConfirm; }
     static QString changePasswordSave() { return UiText::promptSave; }
+    // Recording safety
+    static QString autoStopKeepRecording() { return UiText::autoStopKeepRecording; }
+    static QString safetySettingsTitle() { return UiText::safetySettingsTitle; }
+    static QString audioSpoolSetting() { return UiText::audioSpoolSetting; }
+    static QString autoStopSetting() { return UiText::autoStopSetting; }
 };
 
 } // namespace vesnara

@@ -4,6 +4,8 @@
 #include "model/JsonReader.h"
 #include "model/JsonWriting.h"
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace vesnara {
@@ -41,6 +43,11 @@ STTConfiguration STTConfiguration::fromJson(const JsonReader& json) {
         json.optionalDouble(u"mixedDuckingStrength"_s).value_or(fallback.mixedDuckingStrength));
     config.mixedLimiterEnabled =
         json.optionalBool(u"mixedLimiterEnabled"_s).value_or(fallback.mixedLimiterEnabled);
+    config.audioSpoolEnabled =
+        json.optionalBool(u"audioSpoolEnabled"_s).value_or(fallback.audioSpoolEnabled);
+    config.autoStopSilenceMinutes = static_cast<int>(std::clamp<qint64>(
+        json.optionalInteger(u"autoStopSilenceMinutes"_s).value_or(fallback.autoStopSilenceMinutes),
+        0, maxAutoStopSilenceMinutes));
     return config;
 }
 
@@ -58,6 +65,8 @@ QJsonObject STTConfiguration::toJson() const {
         {u"mixedDuckingStrength"_s,
          jsonFiniteNumber(u"mixedDuckingStrength"_s, mixedDuckingStrength)},
         {u"mixedLimiterEnabled"_s, mixedLimiterEnabled},
+        {u"audioSpoolEnabled"_s, audioSpoolEnabled},
+        {u"autoStopSilenceMinutes"_s, autoStopSilenceMinutes},
     };
     insertIfPresent(object, u"preferredInputDeviceID"_s, preferredInputDeviceID);
     insertIfPresent(object, u"preferredSystemDisplayID"_s, preferredSystemDisplayID);

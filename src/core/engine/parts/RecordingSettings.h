@@ -60,6 +60,13 @@ class RecordingSettings final : public QObject {
                    mixedLimiterEnabledChanged)
     Q_PROPERTY(vesnara::MixPreset mixedPreset READ mixedPreset NOTIFY mixedPresetChanged)
 
+    // Recording safety: stored at once as they change.
+    Q_PROPERTY(bool audioSpoolEnabled READ audioSpoolEnabled WRITE setAudioSpoolEnabled NOTIFY
+                   audioSpoolEnabledChanged)
+    Q_PROPERTY(int autoStopSilenceMinutes READ autoStopSilenceMinutes WRITE
+                   setAutoStopSilenceMinutes NOTIFY autoStopSilenceMinutesChanged)
+    Q_PROPERTY(int maxAutoStopSilenceMinutes READ maxAutoStopSilenceMinutes CONSTANT)
+
     // Constants
     Q_PROPERTY(QStringList availableLanguages READ availableLanguages CONSTANT)
     Q_PROPERTY(QStringList availableModels READ availableModels CONSTANT)
@@ -107,6 +114,13 @@ public:
     bool mixedLimiterEnabled() const { return m_mixSettings.limiterEnabled; }
     void setMixedLimiterEnabled(bool enabled);
     MixPreset mixedPreset() const { return m_mixedPreset; }
+
+    bool audioSpoolEnabled() const { return m_config.audioSpoolEnabled; }
+    void setAudioSpoolEnabled(bool enabled);
+    int autoStopSilenceMinutes() const { return m_config.autoStopSilenceMinutes; }
+    /// Clamped to 0 (off) … `STTConfiguration::maxAutoStopSilenceMinutes`.
+    void setAutoStopSilenceMinutes(int minutes);
+    static int maxAutoStopSilenceMinutes() { return STTConfiguration::maxAutoStopSilenceMinutes; }
 
     static QStringList availableLanguages();
     static QStringList availableModels();
@@ -159,6 +173,8 @@ Q_SIGNALS:
     void mixedDuckingStrengthChanged();
     void mixedLimiterEnabledChanged();
     void mixedPresetChanged();
+    void audioSpoolEnabledChanged();
+    void autoStopSilenceMinutesChanged();
 
 private:
     /// Which text setting a prompt edits.
