@@ -67,6 +67,7 @@ class TstViewModelOutage : public QObject {
 private Q_SLOTS:
     void audioOfAnOutageReachesTheServerAfterTheReconnect_data();
     void audioOfAnOutageReachesTheServerAfterTheReconnect();
+    void aServerThatNeverAnswersTheStartStillGetsTheHeldAudio();
     void anOutagePastTheRetryBudgetEndsTheRecordingAndFreesTheSpool();
 };
 
@@ -168,6 +169,31 @@ void TstViewModelOutage::audioOfAnOutageReachesTheServerAfterTheReconnect() {
     if (overflows) // 80 frames reach the server in all: the second line's frame is the last
         lines << u"Katkon aikana"_s;
     QTRY_COMPARE_WITH_TIMEOUT(textsOf(vm.transcript()->segments()), lines, kEngineWaitMs);
+    vm.stopRecording();
+    QTRY_VERIFY_WITH_TIMEOUT(vm.runState() == RecordingRunState::idle, kEngineWaitMs);
+}
+
+void TstViewModelOutage::aServerThatNeverAnswersTheStartStillGetsTheHeldAudio() {
+    EngineHarness h;
+    QVERIFY(h.server.isListening());
+    h.timing.streamReconnectBaseDelay = 100ms;
+    h.timing.streamReconnectMaxDelay = 1000ms;
+    auto& vm = h.make();
+    QVERIFY(h.startRecordingIn(AudioInputMode::microphone));
+    const QString id = vm.sessionId();
+
+    // From now on the server hears but never speaks: no start is ever confirmed again.
+    h.backend().faults().silentStreams = true;
+    h.backend().cutStreams(id, 1h);
+    QTRY_VERIFY_WITH_TIMEOUT(h.statuses.contains(UiText::statusReconnecting), kEngineWaitMs);
+    h.microphoneBackend.play(toneBuffers(kOutageFrames, kOutageAmplitude), 2ms);
+    h.microphoneBackend.waitUntilPlayed();
+    QTRY_COMPARE_WITH_TIMEOUT(vm.meters()->audioFramesSent(), kOutageFrames, kEngineWaitMs);
+    h.backend().faults().streamsRefusedUntil.reset();
+
+    // The held audio goes once the new connection has stood for its grace.
+    QTRY_COMPARE_WITH_TIMEOUT(h.session(id)->audioFrameCount, kOutageFrames, kEngineWaitMs);
+    QVERIFY(vm.isRecording());
     vm.stopRecording();
     QTRY_VERIFY_WITH_TIMEOUT(vm.runState() == RecordingRunState::idle, kEngineWaitMs);
 }
