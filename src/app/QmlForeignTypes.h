@@ -14,6 +14,7 @@
 #include "engine/models/TranscriptPinListModel.h"
 #include "engine/models/TranscriptSegmentListModel.h"
 #include "engine/parts/AudioSources.h"
+#include "engine/parts/AutoStop.h"
 #include "engine/parts/PermissionPanel.h"
 #include "engine/parts/RecordingMeters.h"
 #include "engine/parts/RecordingSettings.h"
@@ -145,6 +146,13 @@ struct RecordingMetersForeign {
     Q_GADGET
     QML_FOREIGN(vesnara::RecordingMeters)
     QML_NAMED_ELEMENT(RecordingMeters)
+    QML_UNCREATABLE("owned by the view model")
+};
+// Recording safety
+struct AutoStopForeign {
+    Q_GADGET
+    QML_FOREIGN(vesnara::AutoStop)
+    QML_NAMED_ELEMENT(AutoStop)
     QML_UNCREATABLE("owned by the view model")
 };
 struct TranscriptSegmentListModelForeign {

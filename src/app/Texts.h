@@ -130,6 +130,11 @@ class Texts : public QObject {
     Q_PROPERTY(QString connectionDefaultAuth READ connectionDefaultAuth CONSTANT)
     Q_PROPERTY(QString connectionDefaultUpdateFeed READ connectionDefaultUpdateFeed CONSTANT)
     Q_PROPERTY(QString connectionAPIKeyFromClipboard READ connectionAPIKeyFromClipboard CONSTANT)
+    // Recording safety: the auto-stop notice and the safety settings.
+    Q_PROPERTY(QString autoStopKeepRecording READ autoStopKeepRecording CONSTANT)
+    Q_PROPERTY(QString safetySettingsTitle READ safetySettingsTitle CONSTANT)
+    Q_PROPERTY(QString audioSpoolSetting READ audioSpoolSetting CONSTANT)
+    Q_PROPERTY(QString autoStopSetting READ autoStopSetting CONSTANT)
 
 public:
     explicit Texts(QObject* parent = nullptr);
@@ -253,6 +258,11 @@ public:
     static QString connectionDefaultAuth() { return UiText::connectionDefaultAuth; }
     static QString connectionDefaultUpdateFeed() { return UiText::connectionDefaultUpdateFeed; }
     static QString connectionAPIKeyFromClipboard() { return UiText::connectionAPIKeyFromClipboard; }
+    // Recording safety
+    static QString autoStopKeepRecording() { return UiText::autoStopKeepRecording; }
+    static QString safetySettingsTitle() { return UiText::safetySettingsTitle; }
+    static QString audioSpoolSetting() { return UiText::audioSpoolSetting; }
+    static QString autoStopSetting() { return UiText::autoStopSetting; }
 };
 
 } // namespace vesnara

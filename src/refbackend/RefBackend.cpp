@@ -117,4 +117,9 @@ void RefBackend::closeStreams(const QString& sessionId) {
         connection->close(QWebSocketProtocol::CloseCodeGoingAway);
 }
 
+void RefBackend::cutStreams(const QString& sessionId, std::chrono::milliseconds duration) {
+    m_faults.streamsRefusedUntil = std::chrono::steady_clock::now() + duration;
+    closeStreams(sessionId);
+}
+
 } // namespace vesnara::refbackend

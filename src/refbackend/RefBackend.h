@@ -88,6 +88,9 @@ public:
     RefBackendFaults& faults() { return m_faults; }
     /// Closes every open stream connection of the session from the server's side.
     void closeStreams(const QString& sessionId);
+    /// A stream outage of `duration`: closes every open stream of the session and refuses new
+    /// stream connections (of any session) until it has passed.
+    void cutStreams(const QString& sessionId, std::chrono::milliseconds duration);
     /// Ends the session as the server would on its own: stopped, with an end time, and a
     /// "stopped" status on its open streams.
     void endSession(const QString& sessionId);

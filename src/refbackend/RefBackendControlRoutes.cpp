@@ -52,6 +52,9 @@ HttpReply RefBackend::control(const RecordedRequest& request, const QString& act
         m_faults.silentStreams = body.value(u"on"_s).toBool(true);
     } else if (action == u"close-streams"_s) {
         closeStreams(body.value(u"sessionId"_s).toString());
+    } else if (action == u"cut-streams"_s) {
+        cutStreams(body.value(u"sessionId"_s).toString(),
+                   std::chrono::milliseconds(body.value(u"milliseconds"_s).toInteger(10'000)));
     } else if (action == u"end-session"_s) {
         endSession(body.value(u"sessionId"_s).toString());
     } else if (action == u"issue-token"_s) {

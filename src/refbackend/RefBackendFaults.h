@@ -38,8 +38,15 @@ struct RefBackendFaults {
     bool ignoreBinaryFrames = false;
     /// The stream sends nothing at all to clients.
     bool silentStreams = false;
+    /// New stream connections are closed as they open until this moment: with
+    /// `RefBackend::cutStreams`, an outage of the stream while the REST side stays up.
+    std::optional<std::chrono::steady_clock::time_point> streamsRefusedUntil;
     /// What `/health` answers instead of the real record (another backend's, say), until reset.
     std::optional<QJsonObject> healthAnswer;
+
+    bool refusesStreamsNow() const {
+        return streamsRefusedUntil && std::chrono::steady_clock::now() < *streamsRefusedUntil;
+    }
 
     std::optional<HttpFault> takeFaultFor(const QString& path) {
         for (auto it = httpFaults.begin(); it != httpFaults.end(); ++it) {

@@ -48,6 +48,14 @@ void RefBackend::openStream(std::unique_ptr<QWebSocket> socket) {
         socket.release()->deleteLater();
         return;
     }
+    // A cut closes each new stream at once, as a front end that lost its upstream does; a
+    // close frame, since an abort of a just-upgraded socket may reach the client only when it
+    // next sends.
+    if (m_faults.refusesStreamsNow()) {
+        socket->close(QWebSocketProtocol::CloseCodeGoingAway, u"stream outage"_s);
+        socket.release()->deleteLater();
+        return;
+    }
     if (m_faults.streamConnectionsToRefuse > 0) {
         --m_faults.streamConnectionsToRefuse;
         socket->abort();

@@ -212,6 +212,41 @@ private Q_SLOTS:
         QCOMPARE(call("DELETE", u"/v1/sessions/"_s + id).status, 404);
     }
 
+    // A stream outage: the open stream is closed and new ones are refused until it has passed,
+    // while the REST side keeps answering.
+    void aCutClosesTheStreamAndRefusesNewOnesForItsTime() {
+        const QJsonObject created = createSession();
+        const QString id = created.value(u"sessionId"_s).toString();
+        auto socket = openStream(created);
+        QVERIFY(socket);
+        QSignalSpy received(socket.get(), &QWebSocket::textMessageReceived);
+        QTRY_COMPARE_WITH_TIMEOUT(received.size(), 1, kWaitMs); // listening: the stream is open
+        QSignalSpy disconnected(socket.get(), &QWebSocket::disconnected);
+        const QByteArray cut =
+            QJsonDocument(QJsonObject{{u"sessionId"_s, id}, {u"milliseconds"_s, 1500}})
+                .toJson(QJsonDocument::Compact);
+        QCOMPARE(call("POST", u"/_control/cut-streams"_s, cut).status, 200);
+        QTRY_VERIFY_WITH_TIMEOUT(!disconnected.isEmpty(), kWaitMs);
+        // Whether a new stream opens and stays open long enough to answer its start.
+        const auto streamOpens = [&created] {
+            QWebSocket again;
+            QSignalSpy answered(&again, &QWebSocket::textMessageReceived);
+            QSignalSpy closed(&again, &QWebSocket::disconnected);
+            QObject::connect(&again, &QWebSocket::connected, &again, [&again] {
+                again.sendTextMessage(uR"({"type":"start","language":"fi-FI"})"_s);
+            });
+            again.open(QUrl(created.value(u"wsUrl"_s).toString()));
+            const bool settled =
+                QTest::qWaitFor([&] { return !answered.isEmpty() || !closed.isEmpty(); }, kWaitMs);
+            return settled && !answered.isEmpty();
+        };
+        QVERIFY(backend().faults().refusesStreamsNow());
+        QVERIFY(!streamOpens());
+        QCOMPARE(call("GET", u"/v1/sessions/"_s + id).status, 200);
+        QTRY_VERIFY_WITH_TIMEOUT(streamOpens(), kWaitMs);
+        QVERIFY(!backend().faults().refusesStreamsNow());
+    }
+
     void armedFaultsAreUsedUpInOrder() {
         backend().faults().httpFaults.push_back(
             HttpFault{HttpFault::Kind::respond, 503, R"({"error":"huolto"})", {}, u"/health"_s});

@@ -61,6 +61,24 @@ private Q_SLOTS:
         QCOMPARE(config.mixedDuckingStrength, strength);
     }
 
+    // Recording safety: on by default, and minutes outside a day's range read as its bounds.
+    void autoStopMinutesAreClampedAsTheyAreRead_data() {
+        QTest::addColumn<QByteArray>("stored");
+        QTest::addColumn<int>("minutes");
+        QTest::newRow("missing") << QByteArray(R"({"baseURL":"x"})") << 20;
+        QTest::newRow("off") << QByteArray(R"({"autoStopSilenceMinutes":0})") << 0;
+        QTest::newRow("negative") << QByteArray(R"({"autoStopSilenceMinutes":-5})") << 0;
+        QTest::newRow("beyond a day") << QByteArray(R"({"autoStopSilenceMinutes":99999})") << 1440;
+        QTest::newRow("in range") << QByteArray(R"({"autoStopSilenceMinutes":45})") << 45;
+    }
+    void autoStopMinutesAreClampedAsTheyAreRead() {
+        QFETCH(QByteArray, stored);
+        QFETCH(int, minutes);
+        const auto config = loadFrom(stored);
+        QCOMPARE(config.autoStopSilenceMinutes, minutes);
+        QVERIFY(config.audioSpoolEnabled);
+    }
+
     void aWrongTypeAnywhereGivesTheWholeDefaultRecord_data() {
         QTest::addColumn<QByteArray>("stored");
         QTest::newRow("gain as text") << QByteArray(R"({"baseURL":"x","mixedMicGain":"5"})");
@@ -71,6 +89,10 @@ private Q_SLOTS:
             << QByteArray(R"({"baseURL":"x","preferredSystemDisplayID":1.5})");
         QTest::newRow("device id beyond 32 bits")
             << QByteArray(R"({"baseURL":"x","preferredInputDeviceID":4294967296})");
+        QTest::newRow("spool flag as text")
+            << QByteArray(R"({"baseURL":"x","audioSpoolEnabled":"true"})");
+        QTest::newRow("fractional auto-stop minutes")
+            << QByteArray(R"({"baseURL":"x","autoStopSilenceMinutes":1.5})");
         QTest::newRow("bundle id as number")
             << QByteArray(R"({"baseURL":"x","preferredSystemApplicationBundleID":7})");
         QTest::newRow("not JSON") << QByteArray("{\"baseURL\":\"x\",");
@@ -95,6 +117,8 @@ private Q_SLOTS:
         config.allowSystemFallback = false;
         config.setMixSettings(MixSettings{1.15, 0.72, true, 0.65, false});
         config.echoGuardEnabled = false; // echo guard
+        config.audioSpoolEnabled = false;
+        config.autoStopSilenceMinutes = 0;
 
         InMemoryPreferences preferences;
         STTConfigurationStore store(preferences);

@@ -785,6 +785,20 @@ QList<Row> catalogue() {
         // Subtitle export formats
         {"exportFormatSrt", UiText::exportFormatSrt, u"SRT-tekstitys"_s},
         {"exportFormatVtt", UiText::exportFormatVtt, u"WebVTT-tekstitys"_s},
+        // Recording safety: the outage spool and the auto-stop.
+        {"audioSpoolLoss", UiText::audioSpoolLoss(12),
+         u"Yhteyskatkon aikana ääntä menetettiin noin 12 s, koska puskuri täyttyi. Muu katkon "
+         u"aikainen ääni lähetettiin."_s},
+        {"autoStopNotice", UiText::autoStopNotice(20, 45),
+         u"Tallennuksessa on ollut hiljaista 20 min. Tallennus lopetetaan ja tallennetaan 45 "
+         u"sekunnin kuluttua."_s},
+        {"autoStopKeepRecording", UiText::autoStopKeepRecording, u"Jatka tallennusta"_s},
+        {"autoStopStatus", UiText::autoStopStatus, u"Tallennus lopetettiin hiljaisuuden vuoksi."_s},
+        {"safetySettingsTitle", UiText::safetySettingsTitle, u"Tallennuksen turva"_s},
+        {"audioSpoolSetting", UiText::audioSpoolSetting,
+         u"Säilytä ääni yhteyskatkon ajalta ja lähetä se myöhemmin"_s},
+        {"autoStopSetting", UiText::autoStopSetting,
+         u"Lopeta hiljainen tallennus automaattisesti (min, 0 = ei)"_s},
     };
 }
 

@@ -79,6 +79,15 @@ WebSocketStreamClient::WebSocketStreamClient(Timing timing, QObject* parent)
         if (m_isRunning)
             reconnect();
     });
+    m_spool = AudioSpool(AudioSpool::capacityFor(m_timing.audioSpoolCapacity));
+    m_drainTimer.setSingleShot(true);
+    m_drainTimer.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&m_drainTimer, &QTimer::timeout, this, [this] { drainSpool(); });
+    m_drainGraceTimer.setSingleShot(true);
+    QObject::connect(&m_drainGraceTimer, &QTimer::timeout, this, [this] {
+        if (m_isRunning && !m_isReconnecting && socketReadiness() == SocketReadiness::connected)
+            beginSpoolDrain();
+    });
 }
 
 WebSocketStreamClient::~WebSocketStreamClient() {
@@ -109,6 +118,7 @@ void WebSocketStreamClient::open(const QString& wsURL, const QString& language,
     m_audioFramesSent = 0;
     m_transcriptEventsReceived = 0;
     m_audioTransportMode = AudioTransportMode::binary;
+    resetSpool();
 
     openSocket(*url);
     m_isRunning = true;
@@ -121,7 +131,15 @@ void WebSocketStreamClient::sendAudio(const QByteArray& frame) {
         return;
     if (!m_startConfirmed)
         attemptSendStart(false);
+    if (m_spooling) {
+        // Counted when it leaves the spool, so each frame counts once.
+        m_spool.push(frame);
+        return;
+    }
+    sendFrameOnWire(frame);
+}
 
+void WebSocketStreamClient::sendFrameOnWire(const QByteArray& frame) {
     ++m_audioFramesSent;
     if (m_audioTransportMode == AudioTransportMode::binary && m_transcriptEventsReceived == 0 &&
         m_audioFramesSent >= base64SwitchFrame)
@@ -141,6 +159,11 @@ void WebSocketStreamClient::sendAudio(const QByteArray& frame) {
 void WebSocketStreamClient::sendStop() {
     if (!m_isRunning)
         return;
+    if (m_spooling) {
+        // The server must not end the session before the held audio has reached it.
+        m_stopHeldBehindSpool = true;
+        return;
+    }
     send(OutgoingMessage{false, compactJson(QJsonObject{{u"type"_s, u"stop"_s}})}, false);
 }
 
@@ -158,6 +181,63 @@ void WebSocketStreamClient::close() {
     m_audioFramesSent = 0;
     m_transcriptEventsReceived = 0;
     m_onEvent = nullptr;
+    resetSpool();
+}
+
+void WebSocketStreamClient::setAudioSpoolEnabled(bool enabled) {
+    m_spoolEnabled = enabled;
+    if (!enabled)
+        resetSpool();
+}
+
+void WebSocketStreamClient::resetSpool() {
+    m_drainTimer.stop();
+    m_drainGraceTimer.stop();
+    m_draining = false;
+    m_spooling = false;
+    m_stopHeldBehindSpool = false;
+    m_drainReleasedBytes = 0;
+    m_spool.clear();
+}
+
+void WebSocketStreamClient::beginSpoolDrain() {
+    m_drainGraceTimer.stop();
+    if (!m_spooling || m_draining)
+        return;
+    m_draining = true;
+    m_drainStartedAt = std::chrono::steady_clock::now();
+    m_drainReleasedBytes = 0;
+    Q_EMIT audioSpoolDrainStarted(m_spool.bytes(), m_spool.takeDroppedBytes());
+    drainSpool();
+}
+
+void WebSocketStreamClient::drainSpool() {
+    if (!m_isRunning || !m_draining)
+        return;
+    const auto elapsed = std::chrono::steady_clock::now() - m_drainStartedAt;
+    while (!m_spool.isEmpty()) {
+        const auto due =
+            spoolReleaseOffset(m_drainReleasedBytes, m_timing.audioSpoolPerAudioSecond);
+        if (due > elapsed) {
+            const auto wait = std::chrono::ceil<std::chrono::milliseconds>(due - elapsed);
+            m_drainTimer.start(std::max(wait, std::chrono::milliseconds(1)));
+            return;
+        }
+        if (socketReadiness() != SocketReadiness::connected) {
+            // The new connection is failing too: what is left waits for the next one.
+            m_draining = false;
+            handleReceiveFailure(m_socket ? socketFailureDescription(*m_socket) : QString());
+            return;
+        }
+        const QByteArray frame = m_spool.pop();
+        m_drainReleasedBytes += frame.size();
+        sendFrameOnWire(frame);
+    }
+    m_draining = false;
+    m_spooling = false;
+    m_spool.clear();
+    if (std::exchange(m_stopHeldBehindSpool, false))
+        sendStop();
 }
 
 void WebSocketStreamClient::openSocket(const QUrl& url) {
@@ -170,8 +250,13 @@ void WebSocketStreamClient::openSocket(const QUrl& url) {
     m_heldMessages.clear();
 
     QObject::connect(socket, &QWebSocket::connected, this, [this, socket] {
-        if (socket == m_socket)
-            flushHeldMessages();
+        if (socket != m_socket)
+            return;
+        flushHeldMessages();
+        // A server that says nothing to a start still gets the held audio once the connection
+        // has stood for a moment.
+        if (m_spooling && !m_draining)
+            m_drainGraceTimer.start(m_timing.audioSpoolDrainGrace);
     });
     QObject::connect(socket, &QWebSocket::textMessageReceived, this,
                      [this, socket](const QString& text) {
@@ -193,6 +278,12 @@ void WebSocketStreamClient::openSocket(const QUrl& url) {
                      [this, socket] { handleSocketFailure(socket); });
 
     socket->open(url);
+    QTimer::singleShot(m_timing.streamHandshakeLimit, socket, [this, socket] {
+        if (socket != m_socket || socketReadiness() != SocketReadiness::connecting)
+            return;
+        socket->abort();
+        handleSocketFailure(socket);
+    });
 }
 
 void WebSocketStreamClient::closeSocket() {
@@ -295,6 +386,9 @@ void WebSocketStreamClient::handleMessage(std::optional<StreamEvent> event) {
             ++m_transcriptEventsReceived;
     }
     emitEvent(std::move(*event));
+    // The server heard the new start: the held audio may follow it.
+    if (m_startConfirmed && m_spooling && !m_draining)
+        beginSpoolDrain();
 }
 
 void WebSocketStreamClient::handleSocketFailure(QWebSocket* socket) {
@@ -311,6 +405,8 @@ void WebSocketStreamClient::handleReceiveFailure(const QString& errorDescription
     if (!m_isRunning || m_isReconnecting)
         return;
     if (m_reconnectAttempts >= maxReconnectAttempts) {
+        // Nothing will carry the held audio any more; later frames fail as without a spool.
+        resetSpool();
         emitEvent(StreamEvent{StreamEvent::Error{UiText::streamConnectionLost(
             errorDescription.isEmpty() ? UiText::streamConnectionClosed : errorDescription)}});
         return;
@@ -318,6 +414,11 @@ void WebSocketStreamClient::handleReceiveFailure(const QString& errorDescription
     const auto delay = reconnectDelay();
     ++m_reconnectAttempts;
     m_isReconnecting = true;
+    m_drainTimer.stop();
+    m_drainGraceTimer.stop();
+    m_draining = false;
+    if (m_spoolEnabled)
+        m_spooling = true;
     emitEvent(StreamEvent{StreamEvent::Status{StreamEvent::reconnectingState, std::nullopt}});
     m_reconnectTimer.start(delay);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "backend/AudioSpool.h"
 #include "backend/StreamEvent.h"
 #include "model/Timing.h"
 
@@ -31,6 +32,14 @@ namespace vesnara {
 /// any method of the client, or destroy it. An event already on its way when `close` is called
 /// still arrives (a last line is not lost at a stop); none that a later `open` overtook does, and
 /// none arrives once the client is destroyed.
+///
+/// With the spool on (`setAudioSpoolEnabled`), audio that arrives while the connection is lost
+/// and being restored is kept (within `Timing::audioSpoolCapacity`, the oldest dropped first)
+/// instead of dropped, and sent once the new connection's start has been confirmed by the
+/// server (or once the new connection has stood for `Timing::audioSpoolDrainGrace`, for a
+/// server that does not answer a start), ahead of live audio and paced at
+/// `Timing::audioSpoolPerAudioSecond`; live frames wait behind it until it is empty. Giving up
+/// frees it.
 class WebSocketStreamClient final : public QObject {
     Q_OBJECT
 
@@ -66,6 +75,16 @@ public:
     bool isActive() const { return m_isRunning; }
     /// How audio goes on the wire now. Starts as binary at `open` and changes at most once.
     AudioTransportMode audioTransportMode() const { return m_audioTransportMode; }
+    /// Frames that went onto a connection since `open`, each once (a spooled one when it left
+    /// the spool).
+    int audioFramesSent() const { return m_audioFramesSent; }
+
+    /// Keep the audio of an outage for the reconnected stream (on by default). Turning it off
+    /// drops what is held.
+    void setAudioSpoolEnabled(bool enabled);
+    bool isAudioSpoolEnabled() const { return m_spoolEnabled; }
+    /// Bytes of audio held for the reconnected stream now.
+    qint64 spooledBytes() const { return m_spool.bytes(); }
 
     /// Sends one frame of audio (its bytes are opaque here). Repeats the start message first,
     /// at most once per start repeat interval, while the server has not confirmed it. A frame
@@ -77,6 +96,11 @@ public:
     /// Closes the stream (close code 1001) and forgets everything; no new event follows, while
     /// those already on their way still arrive.
     void close();
+
+Q_SIGNALS:
+    /// The reconnected stream has confirmed its start and the held audio begins to go out:
+    /// `spooledBytes` of it, after `droppedBytes` were lost to the spool's limit in this outage.
+    void audioSpoolDrainStarted(qint64 spooledBytes, qint64 droppedBytes);
 
 private:
     struct OutgoingMessage {
@@ -98,6 +122,11 @@ private:
     void handleReceiveFailure(const QString& errorDescription);
     void reconnect();
     void emitEvent(StreamEvent event);
+    /// Puts one frame on the connection in the current transport mode, counting it.
+    void sendFrameOnWire(const QByteArray& frame);
+    void beginSpoolDrain();
+    void drainSpool();
+    void resetSpool();
     std::chrono::milliseconds reconnectDelay() const;
     QString makeStartPayloadText() const;
 
@@ -129,6 +158,19 @@ private:
     int m_audioFramesSent = 0;
     int m_transcriptEventsReceived = 0;
     QTimer m_reconnectTimer;
+
+    bool m_spoolEnabled = true;
+    /// From a lost connection until the spool has been sent: audio goes into the spool.
+    bool m_spooling = false;
+    AudioSpool m_spool;
+    /// The drain of the spool: when it began and how much it has sent, for the pace.
+    std::chrono::steady_clock::time_point m_drainStartedAt;
+    qint64 m_drainReleasedBytes = 0;
+    bool m_draining = false;
+    /// A stop asked for while audio was held goes out behind it.
+    bool m_stopHeldBehindSpool = false;
+    QTimer m_drainTimer;
+    QTimer m_drainGraceTimer;
 };
 
 } // namespace vesnara

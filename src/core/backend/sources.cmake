@@ -5,6 +5,8 @@ find_package(QCoro6 REQUIRED COMPONENTS Network)
 target_sources(vesnara_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/APIClientError.cpp
     ${CMAKE_CURRENT_LIST_DIR}/APIClientError.h
+    ${CMAKE_CURRENT_LIST_DIR}/AudioSpool.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/AudioSpool.h
     ${CMAKE_CURRENT_LIST_DIR}/AppUpdateManifest.cpp
     ${CMAKE_CURRENT_LIST_DIR}/AppUpdateManifest.h
     ${CMAKE_CURRENT_LIST_DIR}/HealthResponse.cpp

@@ -61,6 +61,7 @@ TranscriptionViewModel::TranscriptionViewModel(Dependencies dependencies, QObjec
     , m_transcript(m_partContext)
     , m_support(m_partContext, m_transcript,
                 [this] { return isStartingRecording() || isRecording(); })
+    , m_autoStop(m_timing)
     , m_startAttemptID(QUuid::createUuid())
     , m_resumeAttemptID(QUuid::createUuid()) {
     m_status.setStatusText(UiText::statusReadyToStart);
@@ -91,6 +92,7 @@ TranscriptionViewModel::TranscriptionViewModel(Dependencies dependencies, QObjec
         m_history.setSelectedSessionHistoryId(id);
         m_history.loadSelectedSession();
     });
+    installRecordingSafety();
     m_sources.refreshInputDevices();
 }
 
@@ -171,6 +173,7 @@ void TranscriptionViewModel::setRunState(RecordingRunState state) {
         Q_EMIT isResumingRecordingChanged();
     if (before.isPaused != after.isPaused)
         Q_EMIT isPausedChanged();
+    updateAutoStopArming();
     notifyRunStateChanged();
 }
 

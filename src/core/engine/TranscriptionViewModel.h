@@ -12,6 +12,7 @@
 #include "engine/StatusLine.h"
 #include "engine/StoredTask.h"
 #include "engine/parts/AudioSources.h"
+#include "engine/parts/AutoStop.h"
 #include "engine/parts/PartContext.h"
 #include "engine/parts/PermissionPanel.h"
 #include "engine/parts/RecordingMeters.h"
@@ -75,6 +76,8 @@ struct StreamEvent;
 /// | `history`     | `SessionHistory`    | the saved sessions as a list model                    |
 /// | `support`     | `SupportTools`      | the audio test; memo, diagnostics and recovery status |
 /// | `meters`      | `RecordingMeters`   | frames sent, levels, times of the server's last words |
+/// | `autoStop`    | `AutoStop`          | the notice and countdown before a silent recording    |
+/// |               |                     | stops itself, `keepRecording`                         |
 ///
 /// Every observable value is a property with a change signal; a setter signals only a real
 /// change, and derived values are signalled whenever one of their inputs changes. Commands never
@@ -101,6 +104,7 @@ class TranscriptionViewModel final : public QObject, public RunStatus {
     Q_PROPERTY(vesnara::SessionHistory* history READ history CONSTANT)
     Q_PROPERTY(vesnara::SupportTools* support READ support CONSTANT)
     Q_PROPERTY(vesnara::RecordingMeters* meters READ meters CONSTANT)
+    Q_PROPERTY(vesnara::AutoStop* autoStop READ autoStop CONSTANT)
 
     // Run state
     Q_PROPERTY(vesnara::RecordingRunState runState READ runState NOTIFY runStateChanged)
@@ -180,6 +184,8 @@ public:
     const SupportTools* support() const { return &m_support; }
     RecordingMeters* meters() { return &m_meters; }
     const RecordingMeters* meters() const { return &m_meters; }
+    AutoStop* autoStop() { return &m_autoStop; }
+    const AutoStop* autoStop() const { return &m_autoStop; }
 
     // Run state
     RecordingRunState runState() const override { return m_runState; }
@@ -392,6 +398,14 @@ private:
     /// The user picked a microphone: during a live recording it is switched to at once.
     void handleInputDeviceChosen(quint32 previous, const StableInputSelection& selection);
 
+    // Recording safety (TranscriptionViewModelSafety.cpp)
+    /// Wires the auto-stop to the settings, the transcript and the stop command.
+    void installRecordingSafety();
+    /// Arms the auto-stop while a recording runs unpaused, disarms it otherwise.
+    void updateAutoStopArming();
+    /// Gives a new stream the outage spool of the settings and reports what it lost.
+    void attachStreamSafety(WebSocketStreamClient* client);
+
     // Owned parts and services; the order is the order of construction.
     Timing m_timing;
     LocalPlaces m_places;
@@ -412,6 +426,11 @@ private:
     PartContext m_partContext;
     SessionTranscript m_transcript;
     SupportTools m_support;
+    AutoStop m_autoStop;
+    /// The lines on screen when the auto-stop last heard of them: only a new one counts.
+    qsizetype m_autoStopSeenLines = 0;
+    /// The run now finishing was stopped by the auto-stop: its end says so.
+    bool m_stoppedByAutoStop = false;
 
     // Run state
     RecordingRunState m_runState = RecordingRunState::idle;

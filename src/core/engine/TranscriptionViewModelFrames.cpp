@@ -111,6 +111,7 @@ void TranscriptionViewModel::handleSourceFrame(FrameSource source, const QByteAr
     } else {
         m_meters.countSystemAudioFrame(level);
     }
+    m_autoStop.noteSourceLevel(level);
     if (mode != AudioInputMode::microphoneAndSystem) {
         handleOutgoingPCMFrame(frame, wsClient);
         return;

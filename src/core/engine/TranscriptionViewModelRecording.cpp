@@ -128,6 +128,7 @@ QCoro::Task<> TranscriptionViewModel::runStartAttempt(std::shared_ptr<RecordingR
 
     const QString wsURL = sessionStreamURL(created->wsUrl, config.baseURL);
     QPointer<WebSocketStreamClient> client = new WebSocketStreamClient(m_timing, this);
+    attachStreamSafety(client);
     try {
         client->open(wsURL, language, sttModel, [self, run](const StreamEvent& event) {
             // The client calls from the event loop, never from inside its own methods.

@@ -81,3 +81,4 @@ target_sources(vesnara_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/parts/TranscriptExports.h
 )
 include("${CMAKE_CURRENT_LIST_DIR}/recovery.cmake")
+include("${CMAKE_CURRENT_LIST_DIR}/safety.cmake")

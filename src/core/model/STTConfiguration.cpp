@@ -4,6 +4,8 @@
 #include "model/JsonReader.h"
 #include "model/JsonWriting.h"
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace vesnara {
@@ -44,6 +46,11 @@ STTConfiguration STTConfiguration::fromJson(const JsonReader& json) {
     // Echo guard
     config.echoGuardEnabled =
         json.optionalBool(u"echoGuardEnabled"_s).value_or(fallback.echoGuardEnabled);
+    config.audioSpoolEnabled =
+        json.optionalBool(u"audioSpoolEnabled"_s).value_or(fallback.audioSpoolEnabled);
+    config.autoStopSilenceMinutes = static_cast<int>(std::clamp<qint64>(
+        json.optionalInteger(u"autoStopSilenceMinutes"_s).value_or(fallback.autoStopSilenceMinutes),
+        0, maxAutoStopSilenceMinutes));
     return config;
 }
 
@@ -62,6 +69,8 @@ QJsonObject STTConfiguration::toJson() const {
          jsonFiniteNumber(u"mixedDuckingStrength"_s, mixedDuckingStrength)},
         {u"mixedLimiterEnabled"_s, mixedLimiterEnabled},
         {u"echoGuardEnabled"_s, echoGuardEnabled}, // echo guard
+        {u"audioSpoolEnabled"_s, audioSpoolEnabled},
+        {u"autoStopSilenceMinutes"_s, autoStopSilenceMinutes},
     };
     insertIfPresent(object, u"preferredInputDeviceID"_s, preferredInputDeviceID);
     insertIfPresent(object, u"preferredSystemDisplayID"_s, preferredSystemDisplayID);

@@ -36,6 +36,13 @@ struct STTConfiguration {
     // Echo guard: cancel the system audio's echo in the microphone before mixing (mixed mode
     // only).
     bool echoGuardEnabled = true;
+    // Recording safety: the outage spool and the auto-stop of a forgotten recording.
+    /// Audio captured while the stream reconnects is kept and sent when it is back.
+    bool audioSpoolEnabled = true;
+    /// Minutes of silence on every source without a new line before the auto-stop notice; 0 is
+    /// off. Read values are clamped to 0…`maxAutoStopSilenceMinutes`.
+    int autoStopSilenceMinutes = 20;
+    static constexpr int maxAutoStopSilenceMinutes = 24 * 60;
 
     /// The record every missing key falls back to: the compiled-in backend and update manifest,
     /// an empty API key (the shared key is filled in at startup, not here).

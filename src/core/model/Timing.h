@@ -20,6 +20,19 @@ struct Timing {
     /// First reconnect delay; each further try doubles it up to the maximum.
     Duration streamReconnectBaseDelay{400};
     Duration streamReconnectMaxDelay{4000};
+    /// A connection whose WebSocket handshake has not completed by then counts as failed, so a
+    /// handshake left hanging cannot hold the stream for good.
+    /// Not scaled: a busy test machine may take longer than a scaled limit for a handshake.
+    Duration streamHandshakeLimit{10'000};
+    /// How much audio an outage may hold for the stream's return: an amount of audio, not a
+    /// wait, so scaling leaves it alone.
+    Duration audioSpoolCapacity{120'000};
+    /// The time one second of held audio is given when it is sent after a reconnect: 250 ms is
+    /// four times real time, so the server catches up without a burst.
+    Duration audioSpoolPerAudioSecond{250};
+    /// How long a reconnected stream must stand without confirming its start before the held
+    /// audio goes anyway (a server that answers only audio).
+    Duration audioSpoolDrainGrace{2000};
 
     // Audio capture
     /// Longest time system audio holds a partial chunk (of at least 20 ms) after its last chunk.
@@ -48,6 +61,12 @@ struct Timing {
     Duration audioTestDuration{5000};
     /// Pace of the local checkpoint of a recording's lines and pins.
     Duration recordingCheckpointInterval{10'000};
+    /// What one minute of the auto-stop setting lasts.
+    Duration autoStopMinute{60'000};
+    /// How long the auto-stop notice counts down before it stops the recording.
+    Duration autoStopCountdown{60'000};
+    /// One step of that countdown: the notice's seconds move by one per tick.
+    Duration autoStopCountdownTick{1000};
 
     // Permissions
     /// The wait between the probes after a system audio permission prompt: a grant takes a
@@ -67,6 +86,8 @@ struct Timing {
         t.streamStartRepeatInterval = scale(streamStartRepeatInterval);
         t.streamReconnectBaseDelay = scale(streamReconnectBaseDelay);
         t.streamReconnectMaxDelay = scale(streamReconnectMaxDelay);
+        t.audioSpoolPerAudioSecond = scale(audioSpoolPerAudioSecond);
+        t.audioSpoolDrainGrace = scale(audioSpoolDrainGrace);
         t.systemAudioMaxChunkLatency = scale(systemAudioMaxChunkLatency);
         t.startRecordingLimit = scale(startRecordingLimit);
         t.resumeRecordingLimit = scale(resumeRecordingLimit);
@@ -80,6 +101,9 @@ struct Timing {
         t.pinHighlightDuration = scale(pinHighlightDuration);
         t.audioTestDuration = scale(audioTestDuration);
         t.recordingCheckpointInterval = scale(recordingCheckpointInterval);
+        t.autoStopMinute = scale(autoStopMinute);
+        t.autoStopCountdown = scale(autoStopCountdown);
+        t.autoStopCountdownTick = scale(autoStopCountdownTick);
         t.systemAudioPermissionProbeRetryDelay = scale(systemAudioPermissionProbeRetryDelay);
         return t;
     }

@@ -814,4 +814,25 @@ inline const QString hintEchoGuardUnavailable =
     u"Kaiunpoisto ei käynnistynyt, joten tallennus jatkuu ilman sitä: kaiuttimista mikrofoniin "
     u"kantautuva puhe voi näkyä transkriptiossa kahdesti. Käytä kuulokkeita."_s;
 
+// Recording safety: audio held over a stream outage, the auto-stop of a forgotten recording
+// and their settings.
+/// Held audio was dropped at the spool's limit during an outage; `lostSeconds` rounded up.
+inline QString audioSpoolLoss(qint64 lostSeconds) {
+    return u"Yhteyskatkon aikana ääntä menetettiin noin "_s + QString::number(lostSeconds) +
+           u" s, koska puskuri täyttyi. Muu katkon aikainen ääni lähetettiin."_s;
+}
+/// The notice before a silent recording stops itself.
+inline QString autoStopNotice(int silenceMinutes, int secondsLeft) {
+    return u"Tallennuksessa on ollut hiljaista "_s + QString::number(silenceMinutes) +
+           u" min. Tallennus lopetetaan ja tallennetaan "_s + QString::number(secondsLeft) +
+           u" sekunnin kuluttua."_s;
+}
+inline const QString autoStopKeepRecording = u"Jatka tallennusta"_s;
+inline const QString autoStopStatus = u"Tallennus lopetettiin hiljaisuuden vuoksi."_s;
+inline const QString safetySettingsTitle = u"Tallennuksen turva"_s;
+inline const QString audioSpoolSetting =
+    u"Säilytä ääni yhteyskatkon ajalta ja lähetä se myöhemmin"_s;
+inline const QString autoStopSetting =
+    u"Lopeta hiljainen tallennus automaattisesti (min, 0 = ei)"_s;
+
 } // namespace vesnara::UiText

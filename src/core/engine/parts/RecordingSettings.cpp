@@ -9,6 +9,8 @@
 
 #include <QPointer>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace vesnara {
@@ -157,6 +159,10 @@ void RecordingSettings::setConfig(const STTConfiguration& config) {
         Q_EMIT apiKeyChanged();
     if (before.updateManifestURL != config.updateManifestURL)
         Q_EMIT updateManifestURLChanged();
+    if (before.audioSpoolEnabled != config.audioSpoolEnabled)
+        Q_EMIT audioSpoolEnabledChanged();
+    if (before.autoStopSilenceMinutes != config.autoStopSilenceMinutes)
+        Q_EMIT autoStopSilenceMinutesChanged();
     Q_EMIT configChanged();
 }
 
@@ -308,6 +314,20 @@ void RecordingSettings::storePreferredSystemApplication(std::optional<QString> b
     storeChange([&bundleID](STTConfiguration& config) {
         config.preferredSystemApplicationBundleID = std::move(bundleID);
     });
+}
+
+// Recording safety
+
+void RecordingSettings::setAudioSpoolEnabled(bool enabled) {
+    if (enabled != m_config.audioSpoolEnabled)
+        storeChange([enabled](STTConfiguration& config) { config.audioSpoolEnabled = enabled; });
+}
+
+void RecordingSettings::setAutoStopSilenceMinutes(int minutes) {
+    const int clamped = std::clamp(minutes, 0, STTConfiguration::maxAutoStopSilenceMinutes);
+    if (clamped != m_config.autoStopSilenceMinutes)
+        storeChange(
+            [clamped](STTConfiguration& config) { config.autoStopSilenceMinutes = clamped; });
 }
 
 } // namespace vesnara

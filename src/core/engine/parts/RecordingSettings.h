@@ -63,6 +63,13 @@ class RecordingSettings final : public QObject {
     Q_PROPERTY(bool echoGuardEnabled READ echoGuardEnabled WRITE setEchoGuardEnabled NOTIFY
                    echoGuardEnabledChanged)
 
+    // Recording safety: stored at once as they change.
+    Q_PROPERTY(bool audioSpoolEnabled READ audioSpoolEnabled WRITE setAudioSpoolEnabled NOTIFY
+                   audioSpoolEnabledChanged)
+    Q_PROPERTY(int autoStopSilenceMinutes READ autoStopSilenceMinutes WRITE
+                   setAutoStopSilenceMinutes NOTIFY autoStopSilenceMinutesChanged)
+    Q_PROPERTY(int maxAutoStopSilenceMinutes READ maxAutoStopSilenceMinutes CONSTANT)
+
     // Constants
     Q_PROPERTY(QStringList availableLanguages READ availableLanguages CONSTANT)
     Q_PROPERTY(QStringList availableModels READ availableModels CONSTANT)
@@ -113,6 +120,13 @@ public:
     bool echoGuardEnabled() const { return m_config.echoGuardEnabled; }
     void setEchoGuardEnabled(bool enabled);
     MixPreset mixedPreset() const { return m_mixedPreset; }
+
+    bool audioSpoolEnabled() const { return m_config.audioSpoolEnabled; }
+    void setAudioSpoolEnabled(bool enabled);
+    int autoStopSilenceMinutes() const { return m_config.autoStopSilenceMinutes; }
+    /// Clamped to 0 (off) … `STTConfiguration::maxAutoStopSilenceMinutes`.
+    void setAutoStopSilenceMinutes(int minutes);
+    static int maxAutoStopSilenceMinutes() { return STTConfiguration::maxAutoStopSilenceMinutes; }
 
     static QStringList availableLanguages();
     static QStringList availableModels();
@@ -166,6 +180,8 @@ Q_SIGNALS:
     void mixedLimiterEnabledChanged();
     void echoGuardEnabledChanged(); // echo guard
     void mixedPresetChanged();
+    void audioSpoolEnabledChanged();
+    void autoStopSilenceMinutesChanged();
 
 private:
     /// Which text setting a prompt edits.
