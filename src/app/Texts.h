@@ -99,6 +99,9 @@ class Texts : public QObject {
     Q_PROPERTY(QString settingsActions READ settingsActions CONSTANT)
     Q_PROPERTY(QString settingsAudioTest READ settingsAudioTest CONSTANT)
     Q_PROPERTY(QString settingsCopy READ settingsCopy CONSTANT)
+    Q_PROPERTY(QString settingsEchoGuard READ settingsEchoGuard CONSTANT)
+    Q_PROPERTY(QString copySessionIdDescription READ copySessionIdDescription CONSTANT)
+    Q_PROPERTY(QString copyTranscriptDescription READ copyTranscriptDescription CONSTANT)
     Q_PROPERTY(QString settingsTestConnection READ settingsTestConnection CONSTANT)
     Q_PROPERTY(QString settingsCheckUpdates READ settingsCheckUpdates CONSTANT)
     Q_PROPERTY(QString settingsSave READ settingsSave CONSTANT)
@@ -227,6 +230,9 @@ public:
     static QString settingsActions() { return UiText::settingsActions; }
     static QString settingsAudioTest() { return UiText::settingsAudioTest; }
     static QString settingsCopy() { return UiText::settingsCopy; }
+    static QString settingsEchoGuard() { return UiText::settingsEchoGuard; }
+    static QString copySessionIdDescription() { return UiText::copySessionIdDescription; }
+    static QString copyTranscriptDescription() { return UiText::copyTranscriptDescription; }
     static QString settingsTestConnection() { return UiText::settingsTestConnection; }
     static QString settingsCheckUpdates() { return UiText::settingsCheckUpdates; }
     static QString settingsSave() { return UiText::settingsSave; }

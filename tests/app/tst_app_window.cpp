@@ -233,7 +233,7 @@ private Q_SLOTS:
         for (QQuickItem* disabled : {stop, pause, save, addPin, deleteAll})
             QVERIFY(!disabled->isEnabled());
         QVERIFY(clear->isEnabled());
-        QVERIFY(!button(UiText::mainCopySessionId));
+        QVERIFY(!rowButton(UiText::mainCopySessionId, UiText::copySessionIdDescription));
         QQuickItem* root = m_window->contentItem();
         QVERIFY(showsText(root, UiText::mainSessionsEmpty));
         QVERIFY(showsText(root, UiText::mainSessionsNote));
@@ -263,7 +263,7 @@ private Q_SLOTS:
         QTRY_VERIFY(showsText(root, UiText::mainWordCount(vm.transcript()->wordCount())));
         QVERIFY(showsText(root, UiText::mainSegmentCount(2)));
         QVERIFY(showsText(root, UiText::mainSessionItem(vm.sessionId())));
-        click(button(UiText::mainCopySessionId));
+        click(rowButton(UiText::mainCopySessionId, UiText::copySessionIdDescription));
         QTRY_COMPARE(h.clipboard.content, std::optional<QString>(vm.sessionId()));
 
         // A pin: its row with three commands that name it, the moment selected and lit.

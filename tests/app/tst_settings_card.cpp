@@ -184,7 +184,8 @@ private Q_SLOTS:
                                       control(UiText::settingsLimiter, QAccessible::CheckBox),
                                       control(UiText::settingsAutoDucking, QAccessible::CheckBox),
                                       control(UiText::settingsDuckingStrength, QAccessible::Slider),
-                                      control(UiText::mixPresetMeeting, QAccessible::Button)};
+                                      control(UiText::mixPresetMeeting, QAccessible::Button),
+                                      control(UiText::settingsEchoGuard, QAccessible::CheckBox)};
         };
         const auto count = [](const QList<QQuickItem*>& items) {
             return int(std::count_if(items.begin(), items.end(), [](QQuickItem* i) { return i; }));
@@ -207,7 +208,7 @@ private Q_SLOTS:
         QCOMPARE(displays->property("currentText").toString(), u"Kaiuttimet"_s);
 
         click(shown(UiText::inputModeMicrophoneAndSystem, QAccessible::Button));
-        QTRY_COMPARE(count(mixRows()), 6);
+        QTRY_COMPARE(count(mixRows()), 7);
         QCOMPARE(count(systemRows()), 4);
         click(shown(UiText::mixPresetInterview, QAccessible::Button));
         QTRY_COMPARE(vm.settings()->mixedPreset(), MixPreset::interview);
@@ -217,7 +218,7 @@ private Q_SLOTS:
         QTRY_COMPARE(count(systemRows()), 0);
         QCOMPARE(count(mixRows()), 0);
         click(shown(UiText::inputModeMicrophoneAndSystem, QAccessible::Button));
-        QTRY_COMPARE(count(mixRows()), 6);
+        QTRY_COMPARE(count(mixRows()), 7);
         displays = control(UiText::settingsSystemAudioSource, QAccessible::ComboBox);
         QCOMPARE(displays->property("currentText").toString(), u"Kaiuttimet"_s);
         QCOMPARE(vm.settings()->mixedPreset(), MixPreset::interview);
@@ -226,6 +227,13 @@ private Q_SLOTS:
         QCOMPARE(
             control(UiText::settingsMicGain, QAccessible::Slider)->property("value").toDouble(),
             micGain);
+
+        // The echo guard's switch is the stored setting, both ways.
+        QQuickItem* echoGuard = shown(UiText::settingsEchoGuard, QAccessible::CheckBox);
+        QVERIFY(echoGuard->property("checked").toBool());
+        click(echoGuard);
+        QTRY_VERIFY(!vm.settings()->echoGuardEnabled());
+        QVERIFY(!STTConfigurationStore(h.preferences).load().echoGuardEnabled);
     }
 
     // A stored gain beyond the slider's range: the handle at the end, the label the value, until

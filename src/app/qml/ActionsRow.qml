@@ -33,6 +33,7 @@ ColumnLayout {
 
         ActionButton {
             text: Texts.settingsCopy
+            row: Texts.copyTranscriptDescription
             onClicked: ViewModel.transcript.copyTranscriptToClipboard()
         }
 

@@ -190,6 +190,12 @@ Card {
             valueLabel: settingsCard.duckingStrengthLabel
             onMoved: value => settingsCard.setDuckingStrength(value)
         }
+
+        ToggleRow {
+            text: Texts.settingsEchoGuard
+            checked: ViewModel.settings.echoGuardEnabled
+            onToggled: ViewModel.settings.echoGuardEnabled = checked
+        }
     }
 
     HintText {
@@ -213,6 +219,10 @@ Card {
         text: Texts.settingsAutoExport
         checked: ViewModel.settings.autoExportEnabled
         onToggled: ViewModel.settings.autoExportEnabled = checked
+    }
+
+    RecordingSafetySettings {
+        Layout.fillWidth: true
     }
 
     ActionsRow {

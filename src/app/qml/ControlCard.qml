@@ -73,6 +73,10 @@ Card {
         }
     }
 
+    AutoStopNotice {
+        Layout.fillWidth: true
+    }
+
     Flow {
         Layout.fillWidth: true
         spacing: 10

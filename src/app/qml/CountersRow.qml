@@ -70,6 +70,7 @@ RowLayout {
         palette.inactive.windowText: Theme.infoAccent
         Accessible.role: Accessible.Button
         Accessible.name: text
+        Accessible.description: Texts.copySessionIdDescription
         onClicked: ViewModel.transcript.copySessionIdToClipboard()
     }
 

@@ -774,6 +774,9 @@ inline const QString permissionRelaunch = u"Käynnistä appi uudelleen"_s;
 inline const QString settingsActions = u"Toiminnot"_s;
 inline const QString settingsAudioTest = u"Äänitesti (5 s)"_s;
 inline const QString settingsCopy = u"Kopioi"_s;
+// The two "Kopioi" buttons of the main screen, told apart for a screen reader.
+inline const QString copySessionIdDescription = u"Session tunnus leikepöydälle"_s;
+inline const QString copyTranscriptDescription = u"Transkriptio leikepöydälle"_s;
 inline const QString settingsTestConnection = u"Testaa yhteys"_s;
 inline const QString settingsCheckUpdates = u"Tarkista päivitykset"_s;
 inline const QString settingsSave = u"Tallenna asetukset"_s;
@@ -810,6 +813,7 @@ inline const QString connectionDefaultAuth = u"Oletus auth"_s;
 inline const QString connectionDefaultUpdateFeed = u"Oletus päivitysfeed"_s;
 inline const QString connectionAPIKeyFromClipboard = u"API key leikepöydältä"_s;
 // Echo guard in mixed mode.
+inline const QString settingsEchoGuard = u"Kaikusuoja (ilman kuulokkeita)"_s;
 inline const QString hintEchoGuardUnavailable =
     u"Kaiunpoisto ei käynnistynyt, joten tallennus jatkuu ilman sitä: kaiuttimista mikrofoniin "
     u"kantautuva puhe voi näkyä transkriptiossa kahdesti. Käytä kuulokkeita."_s;
