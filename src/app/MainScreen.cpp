@@ -109,6 +109,16 @@ void MainScreen::connectViewModel() {
             [this] { requestPinnedLine(m_viewModel->transcript()->selectedPinIdText()); });
     connect(transcript, &SessionTranscript::highlightedPinIdChanged, this,
             [this] { requestPinnedLine(m_viewModel->transcript()->highlightedPinIdText()); });
+    connect(transcript, &SessionTranscript::transcriptMatchesChanged, this, [this] {
+        const SessionTranscript* transcript = m_viewModel->transcript();
+        const int row = transcript->currentMatchRow();
+        const QUuid line = row >= 0 ? transcript->segments().at(row).id : QUuid();
+        if (line == m_currentMatchLine)
+            return;
+        m_currentMatchLine = line;
+        if (row >= 0)
+            Q_EMIT pinnedLineRequested(row);
+    });
 }
 
 QString MainScreen::userEmail() const {

@@ -255,6 +255,14 @@ void SessionTranscript::setTranscriptQuery(const QString& query) {
     m_transcriptQuery = query;
     m_segments.setSearchQuery(SearchQuery(query));
     Q_EMIT transcriptQueryChanged();
+    // The summary appears or goes even when the matches stay the same (none).
+    Q_EMIT transcriptMatchesChanged();
+}
+
+QString SessionTranscript::matchSummary() const {
+    if (m_segments.searchQuery().isBlank())
+        return {};
+    return UiText::searchMatchSummary(currentMatchNumber(), matchCount());
 }
 
 int SessionTranscript::currentMatchNumber() const {

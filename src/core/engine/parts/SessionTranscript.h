@@ -41,6 +41,8 @@ class SessionTranscript final : public QObject {
     Q_PROPERTY(int currentMatchRow READ currentMatchRow NOTIFY transcriptMatchesChanged)
     /// 1 for the first match, 0 for none.
     Q_PROPERTY(int currentMatchNumber READ currentMatchNumber NOTIFY transcriptMatchesChanged)
+    /// "n / m osumaa"; empty for a blank query.
+    Q_PROPERTY(QString matchSummary READ matchSummary NOTIFY transcriptMatchesChanged)
 
 public:
     /// `context` is kept; everything in it outlives the object.
@@ -120,6 +122,9 @@ public:
     int currentMatchNumber() const;
     Q_INVOKABLE void nextMatch() { m_segments.stepMatch(1); }
     Q_INVOKABLE void previousMatch() { m_segments.stepMatch(-1); }
+    /// Enter steps forward, Shift+Enter back.
+    Q_INVOKABLE void stepMatch(bool backwards) { m_segments.stepMatch(backwards ? -1 : 1); }
+    QString matchSummary() const;
 
     // Exports
     /// The transcript on screen as an export sees it.
