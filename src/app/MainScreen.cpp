@@ -91,7 +91,7 @@ void MainScreen::connectViewModel() {
     connect(vm->sources(), &AudioSources::sourceLabelsChanged, this, &MainScreen::countersChanged);
     connect(vm->sources(), &AudioSources::inputModeChanged, this, &MainScreen::countersChanged);
     connect(vm->sources(), &AudioSources::inputModeChanged, this, &MainScreen::controlsChanged);
-    connect(vm->history()->sessionModel(), &SavedSessionListModel::countChanged, this,
+    connect(vm->history(), &SessionHistory::sessionHistoryChanged, this,
             &MainScreen::controlsChanged);
     PermissionPanel* permissions = vm->permissions();
     for (auto changed : {&PermissionPanel::systemAudioPermissionChanged,
@@ -218,8 +218,9 @@ bool MainScreen::canClearTranscript() const {
 }
 
 bool MainScreen::canDeleteAllSessions() const {
+    // The whole history, not the rows a search leaves: the command deletes every session.
     return m_viewModel && !m_viewModel->isRecording() &&
-           m_viewModel->history()->sessionModel()->count() > 0;
+           !m_viewModel->history()->sessionHistory().isEmpty();
 }
 
 int MainScreen::pinnedLineRow(const QString& pinId) const {

@@ -81,6 +81,11 @@ private Q_SLOTS:
                                 Qt::NoModifier);
         QTRY_VERIFY_WITH_TIMEOUT(!listed(budget), kEngineWaitMs);
         QVERIFY(listed(lunch));
+        // Deleting all still means the whole history, so the command stays usable.
+        QVERIFY(control(UiText::mainDeleteAllSessions, QAccessible::Button)->isEnabled());
+        application.viewModel().history()->setSessionQuery(u"ei mitaan tallaista"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(!listed(lunch), kEngineWaitMs);
+        QVERIFY(control(UiText::mainDeleteAllSessions, QAccessible::Button)->isEnabled());
         QTest::keyClick(m_window, Qt::Key_A, Qt::ControlModifier);
         QTest::keyClick(m_window, Qt::Key_Space);
         QTRY_VERIFY(listed(budget) && listed(lunch));
