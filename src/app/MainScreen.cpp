@@ -91,7 +91,7 @@ void MainScreen::connectViewModel() {
     connect(vm->sources(), &AudioSources::sourceLabelsChanged, this, &MainScreen::countersChanged);
     connect(vm->sources(), &AudioSources::inputModeChanged, this, &MainScreen::countersChanged);
     connect(vm->sources(), &AudioSources::inputModeChanged, this, &MainScreen::controlsChanged);
-    connect(vm->history()->sessionModel(), &SavedSessionListModel::countChanged, this,
+    connect(vm->history(), &SessionHistory::sessionHistoryChanged, this,
             &MainScreen::controlsChanged);
     PermissionPanel* permissions = vm->permissions();
     for (auto changed : {&PermissionPanel::systemAudioPermissionChanged,
@@ -109,6 +109,16 @@ void MainScreen::connectViewModel() {
             [this] { requestPinnedLine(m_viewModel->transcript()->selectedPinIdText()); });
     connect(transcript, &SessionTranscript::highlightedPinIdChanged, this,
             [this] { requestPinnedLine(m_viewModel->transcript()->highlightedPinIdText()); });
+    connect(transcript, &SessionTranscript::transcriptMatchesChanged, this, [this] {
+        const SessionTranscript* transcript = m_viewModel->transcript();
+        const int row = transcript->currentMatchRow();
+        const QUuid line = row >= 0 ? transcript->segments().at(row).id : QUuid();
+        if (line == m_currentMatchLine)
+            return;
+        m_currentMatchLine = line;
+        if (row >= 0)
+            Q_EMIT pinnedLineRequested(row);
+    });
 }
 
 QString MainScreen::userEmail() const {
@@ -208,8 +218,9 @@ bool MainScreen::canClearTranscript() const {
 }
 
 bool MainScreen::canDeleteAllSessions() const {
+    // The whole history, not the rows a search leaves: the command deletes every session.
     return m_viewModel && !m_viewModel->isRecording() &&
-           m_viewModel->history()->sessionModel()->count() > 0;
+           !m_viewModel->history()->sessionHistory().isEmpty();
 }
 
 int MainScreen::pinnedLineRow(const QString& pinId) const {

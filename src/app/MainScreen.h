@@ -7,6 +7,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QQmlEngine>
+#include <QUuid>
 
 namespace vesnara {
 
@@ -108,7 +109,8 @@ Q_SIGNALS:
     void controlsChanged();
     void countersChanged();
     void showSystemAudioPermissionDiagnosticsChanged();
-    /// A pin was selected or lit: the transcript list brings line `row` to its centre.
+    /// A pin was selected or lit, or the search moved to another line: the transcript list
+    /// brings line `row` to its centre.
     void pinnedLineRequested(int row);
 
 private:
@@ -123,6 +125,9 @@ private:
     bool m_appeared = false;
     bool m_showPermissionDiagnostics = false;
     QString m_adminKey;
+    /// The line of the search's current match, so that lines arriving above it (which move its
+    /// row) do not scroll the list.
+    QUuid m_currentMatchLine;
 };
 
 } // namespace vesnara

@@ -138,6 +138,12 @@ class Texts : public QObject {
     Q_PROPERTY(QString safetySettingsTitle READ safetySettingsTitle CONSTANT)
     Q_PROPERTY(QString audioSpoolSetting READ audioSpoolSetting CONSTANT)
     Q_PROPERTY(QString autoStopSetting READ autoStopSetting CONSTANT)
+    // Search
+    Q_PROPERTY(QString searchLabel READ searchLabel CONSTANT)
+    Q_PROPERTY(QString transcriptSearchName READ transcriptSearchName CONSTANT)
+    Q_PROPERTY(QString transcriptSearchPlaceholder READ transcriptSearchPlaceholder CONSTANT)
+    Q_PROPERTY(QString sessionSearchName READ sessionSearchName CONSTANT)
+    Q_PROPERTY(QString sessionSearchPlaceholder READ sessionSearchPlaceholder CONSTANT)
 
 public:
     explicit Texts(QObject* parent = nullptr);
@@ -269,6 +275,12 @@ public:
     static QString safetySettingsTitle() { return UiText::safetySettingsTitle; }
     static QString audioSpoolSetting() { return UiText::audioSpoolSetting; }
     static QString autoStopSetting() { return UiText::autoStopSetting; }
+    // Search
+    static QString searchLabel() { return UiText::searchLabel; }
+    static QString transcriptSearchName() { return UiText::transcriptSearchName; }
+    static QString transcriptSearchPlaceholder() { return UiText::transcriptSearchPlaceholder; }
+    static QString sessionSearchName() { return UiText::sessionSearchName; }
+    static QString sessionSearchPlaceholder() { return UiText::sessionSearchPlaceholder; }
 };
 
 } // namespace vesnara

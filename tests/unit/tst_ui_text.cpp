@@ -804,6 +804,14 @@ QList<Row> catalogue() {
          u"Säilytä ääni yhteyskatkon ajalta ja lähetä se myöhemmin"_s},
         {"autoStopSetting", UiText::autoStopSetting,
          u"Lopeta hiljainen tallennus automaattisesti (min, 0 = ei)"_s},
+        // Search over the open transcript and the saved sessions.
+        {"searchLabel", UiText::searchLabel, u"Hae"_s},
+        {"transcriptSearchName", UiText::transcriptSearchName, u"Hae transkriptiosta"_s},
+        {"transcriptSearchPlaceholder", UiText::transcriptSearchPlaceholder,
+         u"Sana tai sanoja, Enter = seuraava"_s},
+        {"sessionSearchName", UiText::sessionSearchName, u"Hae sessioista"_s},
+        {"sessionSearchPlaceholder", UiText::sessionSearchPlaceholder, u"Nimi, päivä tai teksti"_s},
+        {"searchMatchSummary", UiText::searchMatchSummary(2, 14), u"2 / 14 osumaa"_s},
     };
 }
 

@@ -4,7 +4,7 @@ import QtQuick.Layouts
 import Vesnara
 
 // One final line: its clock time, its speaker when known and its selectable text, lit while a
-// pin points at it.
+// pin points at it, outlined while it matches the search (filled when it is the current match).
 Rectangle {
     id: row
 
@@ -13,11 +13,13 @@ Rectangle {
     required property bool hasSpeakerLabel
     required property string text
     required property bool isHighlighted
+    required property bool isSearchMatch
+    required property bool isCurrentMatch
 
     implicitHeight: content.implicitHeight + 16
     radius: 8
-    color: isHighlighted ? Theme.segmentHighlightBackground : "transparent"
-    border.color: isHighlighted ? Theme.segmentHighlightOutline : "transparent"
+    color: isHighlighted ? Theme.segmentHighlightBackground : isCurrentMatch ? Theme.pinActiveBackground : "transparent"
+    border.color: isHighlighted ? Theme.segmentHighlightOutline : isSearchMatch ? Theme.warningText : "transparent"
 
     RowLayout {
         id: content

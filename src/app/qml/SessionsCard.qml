@@ -22,6 +22,29 @@ Card {
         color: Theme.secondaryText
     }
 
+    // The search over the saved sessions' label, date and text; the list follows its answer.
+    RowLayout {
+        Layout.fillWidth: true
+        spacing: 10
+
+        Label {
+            text: Texts.searchLabel
+            font: Theme.brandFont(Theme.Medium, 13)
+            color: Theme.secondaryText
+        }
+
+        TextField {
+            objectName: "sessionSearch"
+            Layout.fillWidth: true
+            text: ViewModel.history.sessionQuery
+            placeholderText: Texts.sessionSearchPlaceholder
+            font: Theme.brandFont(Theme.Regular, 13)
+            Accessible.role: Accessible.EditableText
+            Accessible.name: Texts.sessionSearchName
+            onTextEdited: ViewModel.history.sessionQuery = text
+        }
+    }
+
     Label {
         visible: sessions.count === 0
         text: Texts.mainSessionsEmpty

@@ -20,6 +20,41 @@ Card {
         onClicked: ViewModel.transcript.clearTranscript()
     }
 
+    // The search: Enter steps to the next match, Shift+Enter to the previous one.
+    RowLayout {
+        Layout.fillWidth: true
+        spacing: 10
+
+        Label {
+            text: Texts.searchLabel
+            font: Theme.brandFont(Theme.Medium, 13)
+            color: Theme.secondaryText
+        }
+
+        TextField {
+            objectName: "transcriptSearch"
+            Layout.fillWidth: true
+            text: ViewModel.transcript.transcriptQuery
+            placeholderText: Texts.transcriptSearchPlaceholder
+            font: Theme.brandFont(Theme.Regular, 13)
+            Accessible.role: Accessible.EditableText
+            Accessible.name: Texts.transcriptSearchName
+            onTextEdited: ViewModel.transcript.transcriptQuery = text
+            Keys.onReturnPressed: event => ViewModel.transcript.stepMatch((event.modifiers & Qt.ShiftModifier) !== 0)
+            Keys.onEnterPressed: event => ViewModel.transcript.stepMatch((event.modifiers & Qt.ShiftModifier) !== 0)
+        }
+
+        Label {
+            objectName: "transcriptMatchSummary"
+            visible: text.length > 0
+            text: ViewModel.transcript.matchSummary
+            font: Theme.brandFont(Theme.Regular, 13)
+            color: Theme.secondaryText
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
+        }
+    }
+
     Label {
         objectName: "interimText"
         Layout.fillWidth: true

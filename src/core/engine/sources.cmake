@@ -82,3 +82,10 @@ target_sources(vesnara_core PRIVATE
 )
 include("${CMAKE_CURRENT_LIST_DIR}/recovery.cmake")
 include("${CMAKE_CURRENT_LIST_DIR}/safety.cmake")
+# Search: folded text and the index of the saved sessions that the history's search looks through.
+target_sources(vesnara_core PRIVATE
+    ${CMAKE_CURRENT_LIST_DIR}/search/SearchText.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/search/SearchText.h
+    ${CMAKE_CURRENT_LIST_DIR}/search/SessionSearchIndex.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/search/SessionSearchIndex.h
+)

@@ -24,7 +24,9 @@ bool hasSessionExtension(const QString& fileName) {
     return QFileInfo(fileName).suffix() == kExtension;
 }
 
-std::optional<SavedSession> readSession(const QString& path) {
+} // namespace
+
+std::optional<SavedSession> SessionHistoryStore::readSessionFile(const QString& path) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return std::nullopt;
@@ -35,7 +37,10 @@ std::optional<SavedSession> readSession(const QString& path) {
     }
 }
 
-} // namespace
+SessionHistoryStore::FileStamp SessionHistoryStore::FileStamp::of(const QString& path) {
+    const QFileInfo info(path);
+    return {info.lastModified(), info.metadataChangeTime(), info.size()};
+}
 
 QString SessionHistoryStore::defaultDirectory() {
     return UserDirectories::sessionsDirectory();
@@ -62,6 +67,12 @@ QStringList SessionHistoryStore::visibleEntries() const {
     // so that equal end times come out the same on every file system.
     return QDir(m_directory)
         .entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System, QDir::Name);
+}
+
+QStringList SessionHistoryStore::sessionFileNames() const {
+    QStringList names = visibleEntries();
+    names.removeIf([](const QString& name) { return !hasSessionExtension(name); });
+    return names;
 }
 
 QString SessionHistoryStore::fileIdFor(const QString& sessionId) {
@@ -94,17 +105,13 @@ QList<SavedSessionListItem> SessionHistoryStore::list() const {
     const QDir directory(m_directory);
     QList<SavedSessionListItem> items;
     QHash<QString, ListedFile> listed;
-    for (const QString& name : visibleEntries()) {
-        if (!hasSessionExtension(name))
-            continue;
+    for (const QString& name : sessionFileNames()) {
         const QString path = directory.filePath(name);
-        const QFileInfo info(path);
-        ListedFile file{info.lastModified(), info.metadataChangeTime(), info.size(), std::nullopt};
+        ListedFile file{FileStamp::of(path), std::nullopt};
         const auto known = m_listedFiles.constFind(name);
-        if (known != m_listedFiles.cend() && known->modified == file.modified &&
-            known->statusChanged == file.statusChanged && known->size == file.size) {
+        if (known != m_listedFiles.cend() && known->stamp == file.stamp) {
             file.item = known->item;
-        } else if (const auto session = readSession(path)) {
+        } else if (const auto session = readSessionFile(path)) {
             file.item = SavedSessionListItem::from(*session);
         }
         if (file.item)
@@ -121,7 +128,7 @@ std::optional<SavedSession> SessionHistoryStore::load(const QString& id) const {
     const auto path = filePathFor(id);
     if (!path)
         return std::nullopt;
-    return readSession(*path);
+    return readSessionFile(*path);
 }
 
 void SessionHistoryStore::deleteSession(const QString& id) {

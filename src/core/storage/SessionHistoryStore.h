@@ -58,15 +58,28 @@ public:
     /// Removes every visible `.json` file; other files stay, failures are passed over.
     void deleteAll();
 
+    /// What tells a file that changed since it was last read: its size and its modification
+    /// and status-change times.
+    struct FileStamp {
+        QDateTime modified;
+        QDateTime statusChanged;
+        qint64 size = -1;
+
+        static FileStamp of(const QString& path);
+        friend bool operator==(const FileStamp&, const FileStamp&) = default;
+    };
+    /// The visible session files' names (`<id>.json`), in name order.
+    QStringList sessionFileNames() const;
+    /// The session in the file at `path`; nothing when it is missing or does not decode.
+    static std::optional<SavedSession> readSessionFile(const QString& path);
+
 private:
     void ensureDirectory() const;
     QStringList visibleEntries() const;
 
-    /// What a listing learnt of one file; valid while its size and times stay the same.
+    /// What a listing learnt of one file; valid while its stamp stays the same.
     struct ListedFile {
-        QDateTime modified;
-        QDateTime statusChanged;
-        qint64 size = -1;
+        FileStamp stamp;
         /// Nothing for a file that did not decode.
         std::optional<SavedSessionListItem> item;
     };

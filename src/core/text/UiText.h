@@ -839,4 +839,15 @@ inline const QString audioSpoolSetting =
 inline const QString autoStopSetting =
     u"Lopeta hiljainen tallennus automaattisesti (min, 0 = ei)"_s;
 
+// Search over the open transcript and the saved sessions.
+inline const QString searchLabel = u"Hae"_s;
+inline const QString transcriptSearchName = u"Hae transkriptiosta"_s;
+inline const QString transcriptSearchPlaceholder = u"Sana tai sanoja, Enter = seuraava"_s;
+inline const QString sessionSearchName = u"Hae sessioista"_s;
+inline const QString sessionSearchPlaceholder = u"Nimi, päivä tai teksti"_s;
+/// The current match and the count beside the transcript's search field.
+inline QString searchMatchSummary(int current, int count) {
+    return QString::number(current) + u" / "_s + QString::number(count) + u" osumaa"_s;
+}
+
 } // namespace vesnara::UiText

@@ -1,5 +1,7 @@
 #include "engine/models/TranscriptSegmentListModel.h"
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace vesnara {
@@ -32,6 +34,10 @@ QVariant TranscriptSegmentListModel::data(const QModelIndex& index, int role) co
         return segment.speakerLabel.has_value();
     case IsHighlightedRole:
         return m_highlightedIds.contains(segment.id);
+    case IsSearchMatchRole:
+        return std::binary_search(m_matchRows.cbegin(), m_matchRows.cend(), index.row());
+    case IsCurrentMatchRole:
+        return index.row() == m_currentMatchRow;
     default:
         return {};
     }
@@ -46,6 +52,8 @@ QHash<int, QByteArray> TranscriptSegmentListModel::roleNames() const {
         {SpeakerLabelRole, "speakerLabel"},
         {HasSpeakerLabelRole, "hasSpeakerLabel"},
         {IsHighlightedRole, "isHighlighted"},
+        {IsSearchMatchRole, "isSearchMatch"},
+        {IsCurrentMatchRole, "isCurrentMatch"},
     };
 }
 
@@ -66,6 +74,21 @@ std::optional<qsizetype> TranscriptSegmentListModel::insertLine(const FinalLine&
     beginInsertRows(QModelIndex(), row, row);
     m_lines.insert(std::move(*addition));
     endInsertRows();
+    if (!m_query.isBlank()) {
+        // The matches after the new line move down with their rows; the line is matched alone.
+        const auto after = std::lower_bound(m_matchRows.begin(), m_matchRows.end(), row);
+        const bool shifted = after != m_matchRows.end();
+        std::for_each(after, m_matchRows.end(), [](qsizetype& r) { ++r; });
+        if (m_currentMatchRow >= row)
+            ++m_currentMatchRow;
+        if (lineMatches(row)) {
+            QList<qsizetype> rows = m_matchRows;
+            rows.insert(std::lower_bound(rows.cbegin(), rows.cend(), row) - rows.cbegin(), row);
+            setMatches(std::move(rows), m_currentMatchRow < 0 ? row : m_currentMatchRow);
+        } else if (shifted) {
+            Q_EMIT searchMatchesChanged();
+        }
+    }
     return row;
 }
 
@@ -106,7 +129,10 @@ void TranscriptSegmentListModel::replaceLines(QList<TranscriptSegment> segments)
     beginResetModel();
     m_lines.reset(std::move(segments));
     m_highlightedIds.clear();
+    m_matchRows = findMatches();
+    m_currentMatchRow = m_matchRows.isEmpty() ? -1 : m_matchRows.first();
     endResetModel();
+    Q_EMIT searchMatchesChanged();
     if (m_lines.transcriptText() != textBefore)
         Q_EMIT transcriptTextChanged();
     if (m_lines.wordCount() != wordsBefore)
@@ -128,6 +154,62 @@ void TranscriptSegmentListModel::setHighlightedSegmentIds(QSet<QUuid> ids) {
             Q_EMIT dataChanged(changed, changed, {IsHighlightedRole});
         }
     }
+}
+
+bool TranscriptSegmentListModel::lineMatches(qsizetype row) const {
+    return m_query.matches(m_lines.at(row).text);
+}
+
+QList<qsizetype> TranscriptSegmentListModel::findMatches() const {
+    QList<qsizetype> rows;
+    for (qsizetype row = 0; row < m_lines.size() && !m_query.isBlank(); ++row) {
+        if (lineMatches(row))
+            rows.append(row);
+    }
+    return rows;
+}
+
+void TranscriptSegmentListModel::setSearchQuery(const SearchQuery& query) {
+    if (query == m_query)
+        return;
+    m_query = query;
+    QList<qsizetype> rows = findMatches();
+    const qsizetype current = rows.isEmpty() ? -1 : rows.first();
+    setMatches(std::move(rows), current);
+}
+
+void TranscriptSegmentListModel::stepMatch(qsizetype steps) {
+    if (m_matchRows.isEmpty())
+        return;
+    const qsizetype count = m_matchRows.size();
+    const auto at = std::lower_bound(m_matchRows.cbegin(), m_matchRows.cend(), m_currentMatchRow);
+    const qsizetype ordinal = at - m_matchRows.cbegin();
+    const qsizetype next = ((ordinal + steps) % count + count) % count;
+    setMatches(m_matchRows, m_matchRows.at(next));
+}
+
+void TranscriptSegmentListModel::setMatches(QList<qsizetype> rows, qsizetype currentRow) {
+    if (rows == m_matchRows && currentRow == m_currentMatchRow)
+        return;
+    // Only the rows whose flags flip report it; both lists are ascending.
+    QList<qsizetype> flipped;
+    std::set_symmetric_difference(m_matchRows.cbegin(), m_matchRows.cend(), rows.cbegin(),
+                                  rows.cend(), std::back_inserter(flipped));
+    const qsizetype previousCurrent = m_currentMatchRow;
+    m_matchRows = std::move(rows);
+    m_currentMatchRow = currentRow;
+    for (const qsizetype row : std::as_const(flipped)) {
+        const QModelIndex changed = index(static_cast<int>(row));
+        Q_EMIT dataChanged(changed, changed, {IsSearchMatchRole, IsCurrentMatchRole});
+    }
+    for (const qsizetype row : {previousCurrent, currentRow}) {
+        if (previousCurrent != currentRow && row >= 0 && row < m_lines.size() &&
+            !std::binary_search(flipped.cbegin(), flipped.cend(), row)) {
+            const QModelIndex changed = index(static_cast<int>(row));
+            Q_EMIT dataChanged(changed, changed, {IsCurrentMatchRole});
+        }
+    }
+    Q_EMIT searchMatchesChanged();
 }
 
 } // namespace vesnara

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/models/ListModelBase.h"
+#include "engine/search/SearchText.h"
 #include "engine/transcript/TranscriptLines.h"
 
 #include <QList>
@@ -33,6 +34,10 @@ public:
         HasSpeakerLabelRole,
         /// Set by the owner for the lines that a selected pin lights.
         IsHighlightedRole,
+        /// The line holds every word of the search query (never for a blank query).
+        IsSearchMatchRole,
+        /// The match that the search's next and previous stand on.
+        IsCurrentMatchRole,
     };
     Q_ENUM(Role)
 
@@ -62,16 +67,35 @@ public:
     /// Lights exactly the lines of `ids`; only rows whose flag changes report it.
     void setHighlightedSegmentIds(QSet<QUuid> ids);
 
+    /// Looks for `query` in every line in one pass; the first match becomes the current one.
+    void setSearchQuery(const SearchQuery& query);
+    const SearchQuery& searchQuery() const { return m_query; }
+    /// The matching rows, ascending.
+    const QList<qsizetype>& matchRows() const { return m_matchRows; }
+    /// The current match's row, or -1 for none.
+    qsizetype currentMatchRow() const { return m_currentMatchRow; }
+    /// Moves the current match by `steps` matches, wrapping round at either end.
+    void stepMatch(qsizetype steps);
+
 Q_SIGNALS:
     void transcriptTextChanged();
     void wordCountChanged();
+    /// The matches or the current one changed.
+    void searchMatchesChanged();
 
 private:
+    void setMatches(QList<qsizetype> rows, qsizetype currentRow);
+    bool lineMatches(qsizetype row) const;
+    QList<qsizetype> findMatches() const;
+
     std::optional<qsizetype> insertLine(const FinalLine& line);
     void replaceLines(QList<TranscriptSegment> segments);
 
     TranscriptLines m_lines;
     QSet<QUuid> m_highlightedIds;
+    SearchQuery m_query;
+    QList<qsizetype> m_matchRows;
+    qsizetype m_currentMatchRow = -1;
 };
 
 } // namespace vesnara

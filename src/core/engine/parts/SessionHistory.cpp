@@ -7,7 +7,9 @@
 #include "storage/AppLog.h"
 #include "text/UiText.h"
 
+#include <QFutureWatcher>
 #include <QPointer>
+#include <QtConcurrent/QtConcurrentRun>
 
 #include <algorithm>
 
@@ -17,8 +19,58 @@ namespace vesnara {
 
 SessionHistory::SessionHistory(std::optional<QString> directory, QObject* parent)
     : QObject(parent)
-    , m_store(std::move(directory)) {
+    , m_store(std::move(directory))
+    , m_searchIndex(std::make_shared<SessionSearchIndex>(m_store.directory())) {
+    m_searchPool.setMaxThreadCount(1);
+    m_searchPool.setObjectName(u"session-search"_s);
     refreshSessionHistory();
+}
+
+void SessionHistory::setSessionQuery(const QString& query) {
+    if (m_sessionQuery == query)
+        return;
+    m_sessionQuery = query;
+    Q_EMIT sessionQueryChanged();
+    if (SearchQuery(query).isBlank()) {
+        m_sessionMatches.reset();
+        showMatchingSessions();
+    }
+    startSessionSearch();
+}
+
+void SessionHistory::startSessionSearch() {
+    const quint64 generation = ++m_searchGeneration;
+    const SearchQuery query(m_sessionQuery);
+    auto* watcher = new QFutureWatcher<QSet<QString>>(this);
+    connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher, generation, query] {
+        watcher->deleteLater();
+        // A later query or listing has its own task queued behind this one.
+        if (generation != m_searchGeneration)
+            return;
+        if (query.isBlank())
+            m_sessionMatches.reset();
+        else
+            m_sessionMatches = watcher->result();
+        showMatchingSessions();
+        Q_EMIT sessionSearchFinished();
+    });
+    watcher->setFuture(QtConcurrent::run(&m_searchPool, [index = m_searchIndex, query] {
+        index->refresh();
+        return query.isBlank() ? QSet<QString>() : index->matchingIds(query);
+    }));
+}
+
+void SessionHistory::showMatchingSessions() {
+    if (!m_sessionMatches) {
+        m_sessions.setItems(m_allSessions);
+        return;
+    }
+    QList<SavedSessionListItem> shown;
+    for (const SavedSessionListItem& item : std::as_const(m_allSessions)) {
+        if (m_sessionMatches->contains(item.id))
+            shown.append(item);
+    }
+    m_sessions.setItems(std::move(shown));
 }
 
 void SessionHistory::attach(const PartContext& context, SessionTranscript& transcript) {
@@ -35,11 +87,13 @@ void SessionHistory::setSelectedSessionHistoryId(const QString& id) {
 
 void SessionHistory::refreshSessionHistory() {
     auto list = m_store.list();
-    if (list != m_sessions.items()) {
-        m_sessions.setItems(std::move(list));
+    if (list != m_allSessions) {
+        m_allSessions = std::move(list);
+        showMatchingSessions();
         Q_EMIT sessionHistoryChanged();
     }
-    const auto& items = m_sessions.items();
+    startSessionSearch();
+    const auto& items = m_allSessions;
     if (!m_selectedSessionHistoryId.isEmpty() &&
         std::none_of(items.cbegin(), items.cend(), [this](const SavedSessionListItem& item) {
             return item.id == m_selectedSessionHistoryId;

@@ -3,13 +3,17 @@
 #include "backend/STTAPIClient.h"
 #include "engine/models/SavedSessionListModel.h"
 #include "engine/parts/PartContext.h"
+#include "engine/search/SessionSearchIndex.h"
 #include "model/SavedSession.h"
 #include "storage/SessionHistoryStore.h"
 
 #include <QCoroTask>
 #include <QList>
 #include <QObject>
+#include <QSet>
+#include <QThreadPool>
 
+#include <memory>
 #include <optional>
 
 namespace vesnara {
@@ -18,11 +22,17 @@ class SessionTranscript;
 
 /// The sessions kept on this machine: the list the history shows, newest first, the saving
 /// of a finished recording into it, and the commands that open and delete them.
+///
+/// The list shows the sessions that match `sessionQuery` (all for a blank one). The search runs
+/// on a worker against an index of the folded sessions, which every listing brings up to date
+/// in the background, so that a query after the first listing reads no file.
 class SessionHistory final : public QObject {
     Q_OBJECT
     Q_PROPERTY(vesnara::SavedSessionListModel* sessionHistory READ sessionModel CONSTANT)
     Q_PROPERTY(QString selectedSessionHistoryId READ selectedSessionHistoryId WRITE
                    setSelectedSessionHistoryId NOTIFY selectedSessionHistoryIdChanged)
+    Q_PROPERTY(
+        QString sessionQuery READ sessionQuery WRITE setSessionQuery NOTIFY sessionQueryChanged)
 
 public:
     /// Lists the sessions of `directory` (nothing: the default one) at once.
@@ -33,8 +43,14 @@ public:
     void attach(const PartContext& context, SessionTranscript& transcript);
 
     SavedSessionListModel* sessionModel() { return &m_sessions; }
-    /// The saved sessions, newest first.
-    const QList<SavedSessionListItem>& sessionHistory() const { return m_sessions.items(); }
+    /// Every saved session, newest first, whatever the query.
+    const QList<SavedSessionListItem>& sessionHistory() const { return m_allSessions; }
+    /// The sessions the list shows: those that match the query.
+    const QList<SavedSessionListItem>& shownSessions() const { return m_sessions.items(); }
+    const QString& sessionQuery() const { return m_sessionQuery; }
+    /// Searches the saved sessions' label, id, date and text; the list follows when the worker
+    /// answers (`sessionSearchFinished`), at once for a blank query.
+    void setSessionQuery(const QString& query);
     const QString& selectedSessionHistoryId() const { return m_selectedSessionHistoryId; }
     void setSelectedSessionHistoryId(const QString& id);
     const SessionHistoryStore& store() const { return m_store; }
@@ -72,6 +88,9 @@ public:
 Q_SIGNALS:
     void sessionHistoryChanged();
     void selectedSessionHistoryIdChanged();
+    void sessionQueryChanged();
+    /// The answer of the latest search is applied to the list.
+    void sessionSearchFinished();
 
 private:
     bool isRecording() const;
@@ -81,11 +100,24 @@ private:
     QCoro::Task<> runDeleteAllSessions(QStringList ids, STTConfiguration config,
                                        STTAPIClient apiClient);
 
+    /// Brings the index up to date on the worker and applies the current query's answer.
+    void startSessionSearch();
+    void showMatchingSessions();
+
     SessionHistoryStore m_store;
+    QList<SavedSessionListItem> m_allSessions;
     SavedSessionListModel m_sessions;
+    QString m_sessionQuery;
+    /// The ids of the latest answer; nothing while the query is blank.
+    std::optional<QSet<QString>> m_sessionMatches;
+    std::shared_ptr<SessionSearchIndex> m_searchIndex;
+    quint64 m_searchGeneration = 0;
     QString m_selectedSessionHistoryId;
     const PartContext* m_context = nullptr;
     SessionTranscript* m_transcript = nullptr;
+    /// One thread, so the index is only ever used by one task at a time. Last, so that it
+    /// waits for a running task before anything else goes.
+    QThreadPool m_searchPool;
 };
 
 } // namespace vesnara

@@ -35,6 +35,8 @@ SessionTranscript::SessionTranscript(const PartContext& context, QObject* parent
     , m_exports(*this, context) {
     connect(this, &SessionTranscript::segmentsChanged, this,
             &SessionTranscript::updateSegmentHighlights);
+    connect(&m_segments, &TranscriptSegmentListModel::searchMatchesChanged, this,
+            &SessionTranscript::transcriptMatchesChanged);
     connect(this, &SessionTranscript::pinsChanged, this,
             &SessionTranscript::updateSegmentHighlights);
     connect(this, &SessionTranscript::selectedPinIdChanged, this,
@@ -245,6 +247,30 @@ void SessionTranscript::showSavedSession(const SavedSession& session) {
     setHighlightedPinId(std::nullopt);
     m_pinCommands.cancelHighlight();
     setInterimText({});
+}
+
+void SessionTranscript::setTranscriptQuery(const QString& query) {
+    if (m_transcriptQuery == query)
+        return;
+    m_transcriptQuery = query;
+    m_segments.setSearchQuery(SearchQuery(query));
+    Q_EMIT transcriptQueryChanged();
+    // The summary appears or goes even when the matches stay the same (none).
+    Q_EMIT transcriptMatchesChanged();
+}
+
+QString SessionTranscript::matchSummary() const {
+    if (m_segments.searchQuery().isBlank())
+        return {};
+    return UiText::searchMatchSummary(currentMatchNumber(), matchCount());
+}
+
+int SessionTranscript::currentMatchNumber() const {
+    const QList<qsizetype>& rows = m_segments.matchRows();
+    const auto at = std::lower_bound(rows.cbegin(), rows.cend(), m_segments.currentMatchRow());
+    return at == rows.cend() || *at != m_segments.currentMatchRow()
+               ? 0
+               : static_cast<int>(at - rows.cbegin()) + 1;
 }
 
 } // namespace vesnara

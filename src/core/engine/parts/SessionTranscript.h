@@ -33,6 +33,16 @@ class SessionTranscript final : public QObject {
     /// The pin's id in upper case, or empty for none.
     Q_PROPERTY(QString selectedPinId READ selectedPinIdText NOTIFY selectedPinIdChanged)
     Q_PROPERTY(QString highlightedPinId READ highlightedPinIdText NOTIFY highlightedPinIdChanged)
+    /// The search over the lines: those holding every word are marked (`isSearchMatch`), one of
+    /// them is current (`isCurrentMatch`, -1 for none) and next/previous wrap round.
+    Q_PROPERTY(QString transcriptQuery READ transcriptQuery WRITE setTranscriptQuery NOTIFY
+                   transcriptQueryChanged)
+    Q_PROPERTY(int matchCount READ matchCount NOTIFY transcriptMatchesChanged)
+    Q_PROPERTY(int currentMatchRow READ currentMatchRow NOTIFY transcriptMatchesChanged)
+    /// 1 for the first match, 0 for none.
+    Q_PROPERTY(int currentMatchNumber READ currentMatchNumber NOTIFY transcriptMatchesChanged)
+    /// "n / m osumaa"; empty for a blank query.
+    Q_PROPERTY(QString matchSummary READ matchSummary NOTIFY transcriptMatchesChanged)
 
 public:
     /// `context` is kept; everything in it outlives the object.
@@ -104,6 +114,18 @@ public:
     /// The line the screen scrolls to for a pin: its nearest at any distance; empty for none.
     Q_INVOKABLE QString nearestSegmentIdForPin(const QString& pinId) const;
 
+    // Search
+    const QString& transcriptQuery() const { return m_transcriptQuery; }
+    void setTranscriptQuery(const QString& query);
+    int matchCount() const { return static_cast<int>(m_segments.matchRows().size()); }
+    int currentMatchRow() const { return static_cast<int>(m_segments.currentMatchRow()); }
+    int currentMatchNumber() const;
+    Q_INVOKABLE void nextMatch() { m_segments.stepMatch(1); }
+    Q_INVOKABLE void previousMatch() { m_segments.stepMatch(-1); }
+    /// Enter steps forward, Shift+Enter back.
+    Q_INVOKABLE void stepMatch(bool backwards) { m_segments.stepMatch(backwards ? -1 : 1); }
+    QString matchSummary() const;
+
     // Exports
     /// The transcript on screen as an export sees it.
     TranscriptExportInput exportInput() const;
@@ -124,6 +146,8 @@ Q_SIGNALS:
     void interimTextChanged();
     void selectedPinIdChanged();
     void highlightedPinIdChanged();
+    void transcriptQueryChanged();
+    void transcriptMatchesChanged();
     /// The screen was emptied by the user: the session on screen is none.
     void transcriptCleared();
     /// A saved session is now on screen.
@@ -138,6 +162,7 @@ private:
     TranscriptPinListModel m_pinModel;
     QList<TranscriptPin> m_pins;
     QString m_interimText;
+    QString m_transcriptQuery;
     PinCommands m_pinCommands;
     TranscriptExports m_exports;
 };
