@@ -135,6 +135,10 @@ class Texts : public QObject {
     Q_PROPERTY(QString safetySettingsTitle READ safetySettingsTitle CONSTANT)
     Q_PROPERTY(QString audioSpoolSetting READ audioSpoolSetting CONSTANT)
     Q_PROPERTY(QString autoStopSetting READ autoStopSetting CONSTANT)
+    // Keyboard shortcuts
+    Q_PROPERTY(QString shortcutsTitle READ shortcutsTitle CONSTANT)
+    Q_PROPERTY(QString shortcutsExplanation READ shortcutsExplanation CONSTANT)
+    Q_PROPERTY(QString shortcutsShow READ shortcutsShow CONSTANT)
 
 public:
     explicit Texts(QObject* parent = nullptr);
@@ -263,6 +267,10 @@ public:
     static QString safetySettingsTitle() { return UiText::safetySettingsTitle; }
     static QString audioSpoolSetting() { return UiText::audioSpoolSetting; }
     static QString autoStopSetting() { return UiText::autoStopSetting; }
+    // Keyboard shortcuts
+    static QString shortcutsTitle() { return UiText::shortcutsTitle; }
+    static QString shortcutsExplanation() { return UiText::shortcutsExplanation; }
+    static QString shortcutsShow() { return UiText::shortcutsShow; }
 };
 
 } // namespace vesnara

@@ -4,6 +4,7 @@
 // reference backend with one user, fake audio devices, preferences in memory, the desktop's
 // services scripted. The brand's files are searched only in a private empty directory.
 
+#include "GlobalShortcutsPortal.h"
 #include "VesnaraApplication.h"
 #include "auth/AuthManager.h"
 #include "engine/EngineHarness.h"
@@ -37,6 +38,9 @@ struct AppHarness {
     /// True: the dialogs and file panels are the window's own QML ones instead of the scripted
     /// `dialogs` and `filePanels`.
     bool windowQuestions = false;
+    // Keyboard shortcuts
+    /// The global shortcuts portal; none: the session bus's.
+    GlobalShortcutsPortal* globalShortcuts = nullptr;
 
     AppHarness() {
         microphoneBackend.devices = {{7, u"Sisäinen mikrofoni"_s, AudioTransportKind::builtIn, 1}};
@@ -86,6 +90,7 @@ struct AppHarness {
         platform.timing.keepAliveSilenceAfter = 1h;
         platform.timing.microphoneLivenessDelay = 1h;
         platform.resources = resourceEnvironment();
+        platform.globalShortcuts = globalShortcuts;
         application = std::make_unique<VesnaraApplication>(std::get<AppOptions>(options),
                                                            std::move(platform));
         return *application;
