@@ -116,15 +116,21 @@ void GlobalShortcutsPortal::createSession() {
     QDBusMessage call =
         QDBusMessage::createMethodCall(serviceName, objectPath, interfaceName, u"CreateSession"_s);
     call << QVariantMap{{u"handle_token"_s, token}, {u"session_handle_token"_s, u"vesnara"_s}};
+    sendRequest(call, u"create_session"_s);
+}
+
+void GlobalShortcutsPortal::sendRequest(const QDBusMessage& call, const QString& step) {
     auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* w) {
-        w->deleteLater();
-        const QDBusPendingReply<QDBusObjectPath> reply = *w;
-        if (reply.isError())
-            giveUp(u"create_session"_s, reply.error().name());
-        else if (m_state == State::probing)
-            listenAt(reply.value().path());
-    });
+    const State expected = m_state;
+    connect(watcher, &QDBusPendingCallWatcher::finished, this,
+            [this, step, expected](QDBusPendingCallWatcher* w) {
+                w->deleteLater();
+                const QDBusPendingReply<QDBusObjectPath> reply = *w;
+                if (reply.isError())
+                    giveUp(step, reply.error().name());
+                else if (m_state == expected)
+                    listenAt(reply.value().path());
+            });
 }
 
 void GlobalShortcutsPortal::bindShortcuts() {
@@ -141,15 +147,7 @@ void GlobalShortcutsPortal::bindShortcuts() {
         QDBusMessage::createMethodCall(serviceName, objectPath, interfaceName, u"BindShortcuts"_s);
     call << QVariant::fromValue(QDBusObjectPath(m_sessionHandle)) << QVariant::fromValue(shortcuts)
          << QString() << QVariantMap{{u"handle_token"_s, token}};
-    auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* w) {
-        w->deleteLater();
-        const QDBusPendingReply<QDBusObjectPath> reply = *w;
-        if (reply.isError())
-            giveUp(u"bind"_s, reply.error().name());
-        else if (m_state == State::binding)
-            listenAt(reply.value().path());
-    });
+    sendRequest(call, u"bind"_s);
 }
 
 void GlobalShortcutsPortal::onResponse(uint response, const QVariantMap& results) {

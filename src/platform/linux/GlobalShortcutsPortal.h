@@ -2,6 +2,7 @@
 
 #include <QDBusArgument>
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QObject>
 #include <QVariantMap>
@@ -69,6 +70,9 @@ private:
     /// Listens for the answer at the request path the portal derives from our name and `token`.
     QString expectResponse(const QString& token);
     void listenAt(const QString& requestPath);
+    /// Sends a portal request: a refused call gives up at `step`; an accepted one is answered by
+    /// a Response signal on the request path.
+    void sendRequest(const QDBusMessage& call, const QString& step);
     void giveUp(const QString& step, const QString& reason);
 
     QDBusConnection m_bus;
