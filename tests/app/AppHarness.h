@@ -39,8 +39,10 @@ struct AppHarness {
     /// `dialogs` and `filePanels`.
     bool windowQuestions = false;
     // Keyboard shortcuts
-    /// The global shortcuts portal; none: the session bus's.
+    /// The global shortcuts portal; none: no desktop portal at all, so that a test never binds
+    /// shortcuts on the desktop it runs in.
     GlobalShortcutsPortal* globalShortcuts = nullptr;
+    GlobalShortcutsPortal noGlobalShortcuts{QDBusConnection(u"vesnara-test-no-bus"_s)};
 
     AppHarness() {
         microphoneBackend.devices = {{7, u"Sisäinen mikrofoni"_s, AudioTransportKind::builtIn, 1}};
@@ -90,7 +92,7 @@ struct AppHarness {
         platform.timing.keepAliveSilenceAfter = 1h;
         platform.timing.microphoneLivenessDelay = 1h;
         platform.resources = resourceEnvironment();
-        platform.globalShortcuts = globalShortcuts;
+        platform.globalShortcuts = globalShortcuts ? globalShortcuts : &noGlobalShortcuts;
         application = std::make_unique<VesnaraApplication>(std::get<AppOptions>(options),
                                                            std::move(platform));
         return *application;
