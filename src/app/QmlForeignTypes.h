@@ -27,6 +27,8 @@
 #include "forms/ConnectionSettingsForm.h"
 #include "forms/PasswordResetForm.h"
 #include "model/Enumerations.h"
+// Keyboard shortcuts
+#include "Shortcuts.h"
 
 #include <QQmlEngine>
 
@@ -91,6 +93,17 @@ struct ConnectionSettingsFormForeign {
 
 public:
     static ConnectionSettingsForm* create(QQmlEngine* engine, QJSEngine* scriptEngine);
+};
+
+// Keyboard shortcuts
+struct ShortcutsForeign {
+    Q_GADGET
+    QML_FOREIGN(vesnara::Shortcuts)
+    QML_NAMED_ELEMENT(Shortcuts)
+    QML_SINGLETON
+
+public:
+    static Shortcuts* create(QQmlEngine* engine, QJSEngine* scriptEngine);
 };
 
 struct AdminUsersModelForeign {

@@ -144,6 +144,10 @@ class Texts : public QObject {
     Q_PROPERTY(QString transcriptSearchPlaceholder READ transcriptSearchPlaceholder CONSTANT)
     Q_PROPERTY(QString sessionSearchName READ sessionSearchName CONSTANT)
     Q_PROPERTY(QString sessionSearchPlaceholder READ sessionSearchPlaceholder CONSTANT)
+    // Keyboard shortcuts
+    Q_PROPERTY(QString shortcutsTitle READ shortcutsTitle CONSTANT)
+    Q_PROPERTY(QString shortcutsExplanation READ shortcutsExplanation CONSTANT)
+    Q_PROPERTY(QString shortcutsShow READ shortcutsShow CONSTANT)
 
 public:
     explicit Texts(QObject* parent = nullptr);
@@ -281,6 +285,10 @@ public:
     static QString transcriptSearchPlaceholder() { return UiText::transcriptSearchPlaceholder; }
     static QString sessionSearchName() { return UiText::sessionSearchName; }
     static QString sessionSearchPlaceholder() { return UiText::sessionSearchPlaceholder; }
+    // Keyboard shortcuts
+    static QString shortcutsTitle() { return UiText::shortcutsTitle; }
+    static QString shortcutsExplanation() { return UiText::shortcutsExplanation; }
+    static QString shortcutsShow() { return UiText::shortcutsShow; }
 };
 
 } // namespace vesnara

@@ -1,6 +1,7 @@
 #include "VesnaraApplication.h"
 
 #include "BrandImageProvider.h"
+#include "GlobalShortcutsPortal.h"
 #include "GuiClipboard.h"
 #include "LinuxDesktopServices.h"
 #include "LinuxPermissionProbe.h"
@@ -9,6 +10,7 @@
 #include "QmlDialogs.h"
 #include "QmlFilePanels.h"
 #include "QmlForeignTypes.h"
+#include "Shortcuts.h"
 #include "auth/AuthManager.h"
 #include "backend/HttpTransport.h"
 #include "engine/TranscriptionViewModel.h"
@@ -73,6 +75,9 @@ struct VesnaraApplication::Parts {
     std::unique_ptr<QmlFilePanels> windowFilePanels;
     std::unique_ptr<AdminUsersPanel> adminUsers;
     std::unique_ptr<ConnectionSettingsForm> connectionSettings;
+    // Keyboard shortcuts
+    std::unique_ptr<GlobalShortcutsPortal> ownGlobalShortcuts;
+    std::unique_ptr<Shortcuts> shortcuts;
 };
 
 VesnaraApplication::VesnaraApplication(AppOptions options, Platform platform, QObject* parent)
@@ -135,8 +140,18 @@ VesnaraApplication::VesnaraApplication(AppOptions options, Platform platform, QO
     parts.adminUsers = std::make_unique<AdminUsersPanel>(*parts.auth, platform.dialogs);
     parts.connectionSettings =
         std::make_unique<ConnectionSettingsForm>(*parts.viewModel->settings(), *parts.auth);
+    // Keyboard shortcuts
+    if (!platform.globalShortcuts) {
+        parts.ownGlobalShortcuts =
+            std::make_unique<GlobalShortcutsPortal>(QDBusConnection::sessionBus());
+        platform.globalShortcuts = parts.ownGlobalShortcuts.get();
+    }
+    parts.shortcuts = std::make_unique<Shortcuts>();
+    parts.shortcuts->setViewModel(parts.viewModel.get());
+    parts.shortcuts->setGlobalPortal(platform.globalShortcuts);
     // A sheet left open belongs to the screen it was opened on, not to the next login.
     connect(parts.auth.get(), &AuthManager::isAuthenticatedChanged, this, [this] {
+        m_parts->shortcuts->closeSheet();
         m_parts->passwordReset->close();
         m_parts->changePassword->close();
         m_parts->adminUsers->reset();
@@ -150,6 +165,7 @@ VesnaraApplication::VesnaraApplication(AppOptions options)
     : VesnaraApplication(std::move(options), Platform{}) {}
 
 VesnaraApplication::~VesnaraApplication() {
+    m_parts->shortcuts.reset();
     m_parts->connectionSettings.reset();
     m_parts->adminUsers.reset();
     m_parts->changePassword.reset();
@@ -204,6 +220,10 @@ AdminUsersPanel& VesnaraApplication::adminUsersPanel() {
 
 ConnectionSettingsForm& VesnaraApplication::connectionSettingsForm() {
     return *m_parts->connectionSettings;
+}
+
+Shortcuts& VesnaraApplication::shortcuts() {
+    return *m_parts->shortcuts;
 }
 
 bool VesnaraApplication::load(QQmlApplicationEngine& engine) {
@@ -261,6 +281,11 @@ AdminUsersPanel* AdminUsersPanelForeign::create(QQmlEngine*, QJSEngine* scriptEn
 ConnectionSettingsForm* ConnectionSettingsFormForeign::create(QQmlEngine*,
                                                               QJSEngine* scriptEngine) {
     return handOut(&VesnaraApplication::instance()->connectionSettingsForm(), scriptEngine);
+}
+
+// Keyboard shortcuts
+Shortcuts* ShortcutsForeign::create(QQmlEngine*, QJSEngine* scriptEngine) {
+    return handOut(&VesnaraApplication::instance()->shortcuts(), scriptEngine);
 }
 
 } // namespace qml

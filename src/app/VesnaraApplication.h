@@ -22,12 +22,14 @@ class ConnectionSettingsForm;
 class DesktopServices;
 class Dialogs;
 class FilePanels;
+class GlobalShortcutsPortal;
 class HttpTransport;
 class PasswordResetForm;
 class PermissionProbe;
 class QmlDialogs;
 class QmlFilePanels;
 class Preferences;
+class Shortcuts;
 class SystemAudioBackend;
 class TranscriptionViewModel;
 
@@ -57,6 +59,9 @@ public:
         Timing timing = {};
         /// Where the brand's files are searched; nothing: the running process's places.
         std::optional<StartupDiagnostics::Environment> resources;
+        // Keyboard shortcuts
+        /// The desktop's global shortcuts portal; nothing: the portal on the session bus.
+        GlobalShortcutsPortal* globalShortcuts = nullptr;
     };
 
     /// Logs the resource scan, registers the fonts, applies the options to the preferences and
@@ -83,6 +88,8 @@ public:
     /// starts empty again whenever the login state changes.
     AdminUsersPanel& adminUsersPanel();
     ConnectionSettingsForm& connectionSettingsForm();
+    /// The window's keyboard shortcuts, also bound system-wide where the desktop allows.
+    Shortcuts& shortcuts();
     /// The brand logo's file, when a deployment provides one.
     const std::optional<QString>& logoPath() const { return m_logoPath; }
 

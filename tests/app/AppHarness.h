@@ -4,6 +4,7 @@
 // reference backend with one user, fake audio devices, preferences in memory, the desktop's
 // services scripted. The brand's files are searched only in a private empty directory.
 
+#include "GlobalShortcutsPortal.h"
 #include "VesnaraApplication.h"
 #include "auth/AuthManager.h"
 #include "engine/EngineHarness.h"
@@ -37,6 +38,11 @@ struct AppHarness {
     /// True: the dialogs and file panels are the window's own QML ones instead of the scripted
     /// `dialogs` and `filePanels`.
     bool windowQuestions = false;
+    // Keyboard shortcuts
+    /// The global shortcuts portal; none: no desktop portal at all, so that a test never binds
+    /// shortcuts on the desktop it runs in.
+    GlobalShortcutsPortal* globalShortcuts = nullptr;
+    GlobalShortcutsPortal noGlobalShortcuts{QDBusConnection(u"vesnara-test-no-bus"_s)};
 
     AppHarness() {
         microphoneBackend.devices = {{7, u"Sisäinen mikrofoni"_s, AudioTransportKind::builtIn, 1}};
@@ -86,6 +92,7 @@ struct AppHarness {
         platform.timing.keepAliveSilenceAfter = 1h;
         platform.timing.microphoneLivenessDelay = 1h;
         platform.resources = resourceEnvironment();
+        platform.globalShortcuts = globalShortcuts ? globalShortcuts : &noGlobalShortcuts;
         application = std::make_unique<VesnaraApplication>(std::get<AppOptions>(options),
                                                            std::move(platform));
         return *application;

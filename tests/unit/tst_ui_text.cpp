@@ -812,6 +812,25 @@ QList<Row> catalogue() {
         {"sessionSearchName", UiText::sessionSearchName, u"Hae sessioista"_s},
         {"sessionSearchPlaceholder", UiText::sessionSearchPlaceholder, u"Nimi, päivä tai teksti"_s},
         {"searchMatchSummary", UiText::searchMatchSummary(2, 14), u"2 / 14 osumaa"_s},
+        // Keyboard shortcuts
+        {"shortcutsTitle", UiText::shortcutsTitle, u"Pikanäppäimet"_s},
+        {"shortcutsExplanation", UiText::shortcutsExplanation,
+         u"Näillä näppäinyhdistelmillä ohjaat tallennusta ja haet transkriptiosta."_s},
+        {"shortcutsShow", UiText::shortcutsShow, u"Näytä pikanäppäimet"_s},
+        {"shortcutStartStop", UiText::shortcutStartStop, u"Aloita tai lopeta tallennus"_s},
+        {"shortcutPauseResume", UiText::shortcutPauseResume, u"Tauko tai jatka tallennusta"_s},
+        {"shortcutSearch", UiText::shortcutSearch, u"Hae transkriptiosta"_s},
+        {"shortcutSearchButton", UiText::shortcutSearchButton, u"Hae"_s},
+        {"shortcutTooltip", UiText::shortcutTooltip(u"Aloita"_s, u"Ctrl+R"_s),
+         u"Aloita (Ctrl+R)"_s},
+        {"shortcutRow", UiText::shortcutRow(u"Pinnaa hetki"_s, u"Ctrl+M"_s),
+         u"Pinnaa hetki: Ctrl+M"_s},
+        {"globalShortcutsAvailable", UiText::globalShortcutsAvailable,
+         u"Aloita/lopeta, tauko/jatka ja pinnaus toimivat pikanäppäimillä myös silloin, kun "
+         u"Vesnaran ikkuna ei ole aktiivinen."_s},
+        {"globalShortcutsUnavailable", UiText::globalShortcutsUnavailable,
+         u"Järjestelmänlaajuiset pikanäppäimet eivät ole käytettävissä tällä työpöydällä: "
+         u"pikanäppäimet toimivat vain Vesnaran ikkunassa."_s},
     };
 }
 

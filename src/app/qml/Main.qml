@@ -46,6 +46,8 @@ ApplicationWindow {
 
     ChangePasswordSheet {}
 
+    ShortcutsSheet {}
+
     PromptDialog {}
 
     ConfirmDialog {}

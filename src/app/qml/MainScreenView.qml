@@ -44,6 +44,8 @@ Rectangle {
 
     Component.onCompleted: mainScreen.appear()
 
+    WindowShortcuts {}
+
     ScrollView {
         id: scroll
 

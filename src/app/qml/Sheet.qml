@@ -102,6 +102,7 @@ Popup {
             }
 
             Button {
+                visible: sheet.actionText.length > 0
                 text: sheet.actionText
                 enabled: sheet.actionEnabled
                 highlighted: true

@@ -849,5 +849,28 @@ inline const QString sessionSearchPlaceholder = u"Nimi, päivä tai teksti"_s;
 inline QString searchMatchSummary(int current, int count) {
     return QString::number(current) + u" / "_s + QString::number(count) + u" osumaa"_s;
 }
+// Keyboard shortcuts: the window's shortcuts, their sheet and the system-wide ones.
+inline const QString shortcutsTitle = u"Pikanäppäimet"_s;
+inline const QString shortcutsExplanation =
+    u"Näillä näppäinyhdistelmillä ohjaat tallennusta ja haet transkriptiosta."_s;
+inline const QString shortcutsShow = u"Näytä pikanäppäimet"_s;
+inline const QString shortcutStartStop = u"Aloita tai lopeta tallennus"_s;
+inline const QString shortcutPauseResume = u"Tauko tai jatka tallennusta"_s;
+inline const QString shortcutSearch = u"Hae transkriptiosta"_s;
+inline const QString shortcutSearchButton = u"Hae"_s;
+/// A button's tooltip: its text and the keys that do the same.
+inline QString shortcutTooltip(const QString& action, const QString& keys) {
+    return action + u" ("_s + keys + u")"_s;
+}
+/// A row of the shortcuts sheet as a screen reader reads it.
+inline QString shortcutRow(const QString& description, const QString& keys) {
+    return description + u": "_s + keys;
+}
+inline const QString globalShortcutsAvailable =
+    u"Aloita/lopeta, tauko/jatka ja pinnaus toimivat pikanäppäimillä myös silloin, kun "
+    u"Vesnaran ikkuna ei ole aktiivinen."_s;
+inline const QString globalShortcutsUnavailable =
+    u"Järjestelmänlaajuiset pikanäppäimet eivät ole käytettävissä tällä työpöydällä: "
+    u"pikanäppäimet toimivat vain Vesnaran ikkunassa."_s;
 
 } // namespace vesnara::UiText
