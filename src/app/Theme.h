@@ -31,6 +31,8 @@ class Theme : public QObject {
     Q_PROPERTY(QList<QColor> sectionBars READ sectionBars CONSTANT)
     Q_PROPERTY(QColor idleDot READ idleDot CONSTANT)
     Q_PROPERTY(QColor recordingDot READ recordingDot CONSTANT)
+    /// Milliseconds of hovering before a button shows its tooltip.
+    Q_PROPERTY(int toolTipDelay READ toolTipDelay CONSTANT)
     Q_PROPERTY(QColor pausedDot READ pausedDot CONSTANT)
     Q_PROPERTY(qreal cardShadowOpacity READ cardShadowOpacity NOTIFY themeChanged)
     Q_PROPERTY(qreal sessionsCardShadowOpacity READ sessionsCardShadowOpacity NOTIFY themeChanged)
@@ -83,6 +85,7 @@ public:
     static QList<QColor> sectionBars();
     static QColor idleDot();
     static QColor recordingDot();
+    static int toolTipDelay() { return 600; }
     static QColor pausedDot();
     qreal cardShadowOpacity() const { return m_dark ? 0.36 : 0.12; }
     qreal sessionsCardShadowOpacity() const { return m_dark ? 0.36 : 0.08; }

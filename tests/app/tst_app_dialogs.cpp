@@ -25,13 +25,13 @@ enum class Answer { saveButton, returnKey, escapeKey, cancelButton };
 class AppDialogsTest : public QObject, WindowDriver {
     Q_OBJECT
 
-    AppHarness* m_harness = nullptr;
+    // Owned here, so that cleanup takes the window down before the application it shows.
+    std::unique_ptr<AppHarness> m_harness;
     std::unique_ptr<QQmlApplicationEngine> m_engine;
 
     // The application with the window's own questions, its window up on the login screen.
     VesnaraApplication* open(AppHarness& h) {
         h.windowQuestions = true;
-        m_harness = &h;
         VesnaraApplication* application = h.makeChecked();
         if (!application)
             return nullptr;
@@ -80,9 +80,7 @@ private Q_SLOTS:
     void cleanup() {
         m_window = nullptr;
         m_engine.reset();
-        if (m_harness)
-            m_harness->application.reset();
-        m_harness = nullptr;
+        m_harness.reset();
     }
 
     // The pin's rename prompt: the field has the first focus and the pin's label; what is typed
@@ -98,7 +96,8 @@ private Q_SLOTS:
     void renamePromptAnswers() {
         QFETCH(Answer, answer);
         QFETCH(QString, expected);
-        AppHarness h;
+        m_harness = std::make_unique<AppHarness>();
+        AppHarness& h = *m_harness;
         VesnaraApplication* application = open(h);
         QVERIFY(application);
         const QUuid id = insertPin(*application, u"Palaa tähän"_s);
@@ -146,7 +145,8 @@ private Q_SLOTS:
     // The API key's prompt is masked and saves what is typed, trimmed; a newer question cancels
     // the open one, whose command then changes nothing.
     void maskedPromptAndANewerQuestion() {
-        AppHarness h;
+        m_harness = std::make_unique<AppHarness>();
+        AppHarness& h = *m_harness;
         VesnaraApplication* application = open(h);
         QVERIFY(application);
         RecordingSettings& settings = *application->viewModel().settings();
@@ -190,7 +190,8 @@ private Q_SLOTS:
     void confirmAnswers() {
         QFETCH(Answer, answer);
         QFETCH(bool, confirmed);
-        AppHarness h;
+        m_harness = std::make_unique<AppHarness>();
+        AppHarness& h = *m_harness;
         VesnaraApplication* application = open(h);
         QVERIFY(application);
         const auto outcome = startTask(application->windowDialogs().confirm(
@@ -233,7 +234,8 @@ private Q_SLOTS:
     }
     void closingTheWindowOrLoggingOutCancels() {
         QFETCH(bool, logOut);
-        AppHarness h;
+        m_harness = std::make_unique<AppHarness>();
+        AppHarness& h = *m_harness;
         VesnaraApplication* application = open(h);
         QVERIFY(application);
         if (logOut)
@@ -269,7 +271,8 @@ private Q_SLOTS:
     }
     void saveThroughTheRealFileDialog() {
         QFETCH(bool, accept);
-        AppHarness h;
+        m_harness = std::make_unique<AppHarness>();
+        AppHarness& h = *m_harness;
         VesnaraApplication* application = open(h);
         QVERIFY(application);
         SessionTranscript* transcript = application->viewModel().transcript();

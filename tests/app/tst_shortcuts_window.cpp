@@ -47,6 +47,10 @@ private Q_SLOTS:
         QSignalSpy search(&shortcuts, &Shortcuts::searchRequested);
         press(Qt::Key_F);
         QCOMPARE(search.count(), 1);
+        QQuickItem* searchField = item(u"transcriptSearch"_s);
+        QVERIFY(searchField);
+        QTRY_VERIFY(searchField->hasActiveFocus());
+        // The recording keys work from the search field too.
 
         press(Qt::Key_R);
         QTRY_VERIFY_WITH_TIMEOUT(vm.isRecording(), kEngineWaitMs);

@@ -225,6 +225,10 @@ Card {
         Layout.fillWidth: true
     }
 
+    HintText {
+        text: Shortcuts.globalStatusText
+    }
+
     ActionsRow {
         settingsCard: settingsCard
     }

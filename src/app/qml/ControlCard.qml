@@ -88,6 +88,9 @@ Card {
             font: Theme.brandFont(Theme.Medium, 14)
             Accessible.role: Accessible.Button
             Accessible.name: text
+            ToolTip.text: Shortcuts.startTooltip
+            ToolTip.visible: hovered
+            ToolTip.delay: Theme.toolTipDelay
             onClicked: ViewModel.startRecording()
         }
 
@@ -97,6 +100,9 @@ Card {
             font: Theme.brandFont(Theme.Medium, 14)
             Accessible.role: Accessible.Button
             Accessible.name: text
+            ToolTip.text: Shortcuts.stopTooltip
+            ToolTip.visible: hovered
+            ToolTip.delay: Theme.toolTipDelay
             onClicked: ViewModel.stopRecording()
         }
 
@@ -107,6 +113,9 @@ Card {
             font: Theme.brandFont(Theme.Medium, 14)
             Accessible.role: Accessible.Button
             Accessible.name: text
+            ToolTip.text: Shortcuts.pauseTooltip
+            ToolTip.visible: hovered
+            ToolTip.delay: Theme.toolTipDelay
             onClicked: card.screen.togglePause()
         }
 
@@ -134,6 +143,9 @@ Card {
             font: Theme.brandFont(Theme.Medium, 14)
             Accessible.role: Accessible.Button
             Accessible.name: text
+            ToolTip.text: Shortcuts.pinTooltip
+            ToolTip.visible: hovered
+            ToolTip.delay: Theme.toolTipDelay
             onClicked: ViewModel.transcript.addRevisitPin()
         }
     }

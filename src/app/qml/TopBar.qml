@@ -27,6 +27,17 @@ RowLayout {
     }
 
     Button {
+        text: Texts.shortcutsShow
+        font: Theme.brandFont(Theme.Regular, 13)
+        ToolTip.text: Shortcuts.sheetTooltip
+        ToolTip.visible: hovered
+        ToolTip.delay: Theme.toolTipDelay
+        Accessible.role: Accessible.Button
+        Accessible.name: text
+        onClicked: Shortcuts.openSheet()
+    }
+
+    Button {
         text: Texts.mainChangePassword
         font: Theme.brandFont(Theme.Regular, 13)
         Accessible.role: Accessible.Button

@@ -20,6 +20,14 @@ Card {
         onClicked: ViewModel.transcript.clearTranscript()
     }
 
+    Connections {
+        target: Shortcuts
+
+        function onSearchRequested() {
+            transcriptSearch.forceActiveFocus(Qt.ShortcutFocusReason);
+        }
+    }
+
     // The search: Enter steps to the next match, Shift+Enter to the previous one.
     RowLayout {
         Layout.fillWidth: true
@@ -32,6 +40,8 @@ Card {
         }
 
         TextField {
+            id: transcriptSearch
+
             objectName: "transcriptSearch"
             Layout.fillWidth: true
             text: ViewModel.transcript.transcriptQuery
@@ -39,6 +49,9 @@ Card {
             font: Theme.brandFont(Theme.Regular, 13)
             Accessible.role: Accessible.EditableText
             Accessible.name: Texts.transcriptSearchName
+            ToolTip.text: Shortcuts.searchTooltip
+            ToolTip.visible: hovered
+            ToolTip.delay: Theme.toolTipDelay
             onTextEdited: ViewModel.transcript.transcriptQuery = text
             Keys.onReturnPressed: event => ViewModel.transcript.stepMatch((event.modifiers & Qt.ShiftModifier) !== 0)
             Keys.onEnterPressed: event => ViewModel.transcript.stepMatch((event.modifiers & Qt.ShiftModifier) !== 0)
