@@ -8,6 +8,7 @@
 #include "text/UiText.h"
 
 #include <QAccessible>
+#include <QCoreApplication>
 #include <QDir>
 #include <QQmlApplicationEngine>
 #include <QQuickItem>
@@ -46,6 +47,14 @@ inline bool showsText(QQuickItem* item, const QString& text) {
     const QList<QQuickItem*> children = item->childItems();
     return std::any_of(children.begin(), children.end(),
                        [&text](QQuickItem* child) { return showsText(child, text); });
+}
+
+/// Requests still in flight when an application goes end as cancelled on a later turn of the
+/// event loop; this gives them that turn, so that their coroutines finish before the next test.
+inline void finishCancelledRequests() {
+    QCoreApplication::processEvents();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QCoreApplication::processEvents();
 }
 
 class WindowDriver {

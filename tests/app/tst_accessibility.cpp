@@ -195,6 +195,7 @@ class AccessibilityTest : public QObject, WindowDriver {
     }
 
 private Q_SLOTS:
+    void cleanup() { finishCancelledRequests(); }
     void initTestCase() { QAccessible::setActive(true); }
 
     // While a remembered session is checked, only the start check's screen is up.

@@ -120,6 +120,7 @@ private Q_SLOTS:
     void cleanup() {
         m_engine.reset();
         m_window = nullptr;
+        finishCancelledRequests();
     }
 
     // A source picker's entries follow the device list row by row, one place down, and find
