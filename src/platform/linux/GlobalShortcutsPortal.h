@@ -38,7 +38,7 @@ public:
     struct Binding {
         QString id;
         QString description;
-        /// The keys suggested to the desktop, in the shortcuts specification's form ("CTRL+R").
+        /// The keys suggested to the desktop, in the form the portal takes ("CTRL+R").
         QString preferredTrigger;
     };
 
@@ -46,7 +46,7 @@ public:
 
     /// Registers the D-Bus types; done by the constructor, needed before a peer demarshals.
     static void registerTypes();
-    /// "Ctrl+Shift+R" in the shortcuts specification's form: "CTRL+SHIFT+R".
+    /// "Ctrl+Shift+R" in the form the portal takes: "CTRL+SHIFT+R".
     static QString preferredTrigger(const QString& portableKeys);
 
     /// Probes the portal and binds `bindings`; a second call is ignored.
